@@ -1,0 +1,200 @@
+#ifndef RASTELO_H
+#define RASTELO_H
+
+/// Rastelo: raster-image operations for desktop hosts. A host creates one CRastelo an image and
+/// calls its operations in any order.
+
+#include <memory>
+
+#include "rastelo_platform.h"
+
+namespace rastelo {
+template <class Byte>
+struct View;
+struct PixelStore;
+struct ObjectProbe;  // lets the library's own tests look inside an object
+}  // namespace rastelo
+
+/// A complex number, the element of the frequency arrays.
+struct Complex {
+  double re, im;
+};
+
+/// One raster image and every operation on it.
+///
+/// Pixels. The current image is `m_lWidth` x `m_lHeight` pixels of 8 bits (gray, 0 black to 255
+/// white, no palette) or 24 bits (blue, green, red). Rows lie bottom-up: row 0 is the bottom row of
+/// the picture. Each row starts ((bits * width + 31) / 32) * 4 bytes behind the one before; the
+/// bytes behind its last pixel carry no meaning. A second copy keeps the pixels as they came in.
+///
+/// A depth other than 8 and 24 bits is held as it was handed in, and no operation changes its
+/// pixels or saves them.
+///
+/// Copies share their buffers: a pixel changed in place through one shows through the other, and
+/// the last owner releases.
+///
+/// Errors. Operations that can fail return 1 for success and 0 for failure. Running out of memory
+/// throws std::bad_alloc, which leaves the object as it was; only the JPEG saves catch it. An
+/// object is used by one thread at a time; draws of different objects must not overlap either.
+///
+/// Paths are narrow strings. Their extension is the tail of the last element, behind "/" or "\",
+/// from its last dot on, and is compared letter by letter.
+class RASTELO_API CRastelo {
+ public:
+  /// An empty object: no image, all sizes 0.
+  CRastelo();
+  CRastelo(const CRastelo& other);
+  /// Drops what this object held and shares what `other` holds.
+  CRastelo& operator=(const CRastelo& other);
+  virtual ~CRastelo();
+
+  /// The current width in pixels, 0 without an image.
+  LONG GetWidth() const;
+  /// The current height in pixels, 0 without an image.
+  LONG GetHeight() const;
+  /// Whether the object holds an image.
+  bool IsOpened() const;
+  /// Whether the image has 24 bits a pixel.
+  bool IsCanTrans2Gray() const;
+
+  /// Brings in the picture file `path`: a JPEG file (".jpg", ".JPG") of one or three channels, or
+  /// an uncompressed BMP file (".bmp", ".BMP") of 8 or 24 bits.
+  ///
+  /// A 24-bit BMP file is reduced to two colours: pixels of the key colour, bytes (255, 0, 255),
+  /// stay, all others become blue 70, green 51, red 41. An 8-bit BMP file keeps its pixel bytes;
+  /// its colour table is not applied.
+  ///
+  /// @return 1, or 0: another extension, a file that cannot be opened (with a message box), or one
+  /// whose content cannot be used. The object is then unchanged, but for a JPEG file: once found,
+  /// its path is kept as the file name, and if its header was good but its pixel data was not, the
+  /// object has the file's size and depth, black pixels, and is to be closed or opened again.
+  int OpenImage(const char* path);
+
+  /// Takes a copy of `width` x `height` pixels of `bitCount` bits, laid out as described above,
+  /// bytes behind each row included. Nothing happens if `bits` is null, or if the sizes describe no
+  /// buffer (a negative one, or more than 2^31 - 1 bytes).
+  void SetExternalImageBits(const unsigned char* bits, LONG width, LONG height, int bitCount);
+
+  /// Drops the image. Pan offsets, the drawn area and frequency data stay. @return 1.
+  int Close();
+
+  /// Writes the current image to `path`, as JPEG of default quality (".jpg", ".JPG"; one channel
+  /// for 8 bits, three for 24) or as uncompressed BMP (".bmp", ".BMP"; 8 bits with a gray table).
+  /// An existing file is overwritten in place.
+  /// @return 1, or 0: no image, a depth other than 8 and 24, another extension, a file that cannot
+  /// be created (BMP: with a message box; JPEG: with a line on the standard error stream) or
+  /// written, in which case it stays as far as it got.
+  int SaveAs(const char* path);
+
+  /// Writes, as JPEG whatever the extension, the area that the last one-to-one draw showed, as far
+  /// as it lies inside the image. @return 1, or 0 as SaveAs does; an empty area is a failed write.
+  int SaveAs_visible_JPG(const char* path);
+
+  /// Reads the size in pixels and the depth in bits (8 x channels) of the JPEG file `path`. The
+  /// object does not change. `bitCount` may be null.
+  /// @return 1, or 0 with nothing written: a path of 4 characters or fewer, or no JPEG file.
+  int GetSizeJPG(const char* path, LONG* width, LONG* height, int* bitCount);
+
+  /// Draws one to one. The source area has the size of `rc`, is centred on the image and moved by
+  /// the pan offsets, to which (dx, dy) is added first: right and up for positive values. The area
+  /// stays inside an image that is larger than it. A negative offset holds for this draw only; its
+  /// absolute value is kept.
+  /// @param rc    target rectangle on the device; null draws nothing.
+  /// @param bits  pixels of the image's size and depth to show in its place, or null.
+  /// @return 1 in every case.
+  int DrawImage(HDC hdc, RECT* rc, int dx, int dy, unsigned char* bits);
+
+  /// With `stretch`, scales the whole image to `rc` by the device's stretch mode; without, draws
+  /// one to one with the pan offsets as they stand.
+  /// @return what the device returns when stretching (0: nothing drawn), else 1.
+  int DrawImage(HDC hdc, RECT* rc, bool stretch);
+
+  /// Sets the stretch mode COLORONCOLOR on the device, if a BMP file has been opened since the
+  /// object was made or closed. Draws nothing; the other arguments are not read.
+  /// @return 1 if it was set, else 0.
+  int DrawImage(HDC hdc, RECT* rc, RECT* rc2, unsigned char* bits);
+
+  /// Turns a 24-bit image into an 8-bit one; each pixel becomes
+  ///     trunc((green * 0.587 + blue * 0.114) + red * 0.299), in double precision,
+  /// the luma weights of ITU-R BT.601 (1982).
+  /// @return true, or false with nothing changed if there is no 24-bit image.
+  bool RGBImg2Gray();
+
+  /// Turns the image a quarter: counter-clockwise if `direction` is 1, otherwise clockwise.
+  void RotateImage_Dir(int direction);
+
+  /// Does nothing.
+  void RotateImage_Angle(int angle);
+
+  /// Copies the block of `width` x `height` pixels whose lowest left pixel is column `x`, row `y`
+  /// counted from the bottom, to `buffer`, lowest row first, rows ((depth * width + 31) / 32) * 4
+  /// bytes apart. Bytes behind each row, and pixels outside the image, are left as they are.
+  /// Nothing is copied unless `bits` is the image's depth, 8 or 24. @return 1.
+  int GetImgBlock(int x, int y, int width, int height, int bits, unsigned char* buffer);
+
+  /// Makes every pixel 0 but those in columns x + 1 to x + width - 1 and rows y + 1 to
+  /// y + height - 1, rows counted from the top of the picture. @return 1.
+  int ReserveImgBlock(int x, int y, int width, int height);
+
+  /// Writes to `sums` the sum of each row of an 8-bit image, from the top of the picture down, and
+  /// one trace line a row. `sums` holds GetHeight() entries; at another depth, or if it is null, it
+  /// is not touched. Sums over 2^31 - 1 keep their low 32 bits. @return 1.
+  int ImgProjectionHorizon(LONG* sums);
+
+  /// Does nothing. @return 1.
+  int ImgProjectionVertical(LONG* sums);
+
+  /// Does nothing. @return 1.
+  int ImgLocalProjectionHorizon(LONG first, LONG last, LONG* sums);
+
+ private:
+  int OpenBmpImg(const char* path);
+  int OpenJpgImg(const char* path);
+  int ReadJpg(const char* path);
+  int SaveAs_BMP(const char* path);
+  int SaveAs_JPG(const char* path);
+  void ReverseBitsY(LONG width, LONG height, int bitCount, unsigned char* bits);
+  LONG GetImgSize(const char* path);
+
+  char m_szFileName[260] = {};  // of the last JPEG file found; cut at 259 characters
+  std::shared_ptr<unsigned char[]> m_pImgBits;
+  LONG m_lWidth = 0;
+  LONG m_lHeight = 0;
+  std::shared_ptr<unsigned char[]> m_pOrgBits;  // the pixels as they came in
+  LONG m_lOrgWidth = 0;
+  LONG m_lOrgHeight = 0;
+  std::shared_ptr<RECT> m_pDrawRect;              // area of the last one-to-one draw, store rows
+  std::shared_ptr<unsigned char[]> m_pBmpHeader;  // 1064 bytes behind a BMP's file header
+  int m_nBitCount = 0;
+  LONG m_lLineBytes = 0;
+  bool m_bOpened = false;
+  std::shared_ptr<unsigned char[]> m_pSpectrumBits;
+  std::shared_ptr<Complex[]> m_pFreqRows;
+  std::shared_ptr<Complex[]> m_pFreqCoefs;
+  int m_nDrawOffsetX = 0;
+  int m_nDrawOffsetY = 0;
+
+  // Needed by the implementation.
+  friend struct rastelo::ObjectProbe;
+  rastelo::View<unsigned char> Pixels();
+  rastelo::View<const unsigned char> ConstPixels() const;
+  bool HasKnownDepth() const;
+  bool HasImageToSave() const;
+  void Adopt(const rastelo::PixelStore& store) noexcept;
+  void AdoptLoaded(const rastelo::PixelStore& store, const rastelo::PixelStore& copy) noexcept;
+  int m_nOrgBitCount = 0;  // depth of m_pOrgBits
+};
+
+/// Fills the bitmap record of the process for rows of `width` pixels, `height` of them, bottom row
+/// first, with a gray ramp as its 256 colours, and returns it. It is valid until the next draw.
+RASTELO_API BITMAPINFO* BuildBitmapInfo(LONG width, LONG height, unsigned short bitCount);
+
+/// The number of colour-table entries that the bitmap header at `header` announces: `biClrUsed` of
+/// a 40-byte header if it is not 0, else 2, 16 or 256 for 1, 4 or 8 bits a pixel and 0 for others.
+/// At least 40 bytes must be readable, or 12 if the header's own length says so.
+RASTELO_API DWORD GetPaletteSize(const unsigned char* header);
+
+/// Sends a text, formatted as by printf and cut at 511 bytes, to the platform's debug output.
+RASTELO_API void DebugTrace(const char* format, ...) RASTELO_PRINTF(1, 2);
+
+#endif  // RASTELO_H
