@@ -1,0 +1,277 @@
+// The codec calls over libjpeg. Its error handler leaves by longjmp, so no function that libjpeg
+// runs under may own anything with a destructor.
+#include "platform/jpeg_codec.h"
+
+#include <csetjmp>
+#include <cstdio>  // jpeglib.h does not include what it needs
+
+#include <jpeglib.h>
+
+#include <jerror.h>
+
+#include "platform/file.h"
+
+namespace rastelo::platform {
+namespace {
+
+constexpr std::size_t kBufferBytes = 16384;
+constexpr JDIMENSION kRowsAtOnce = 16;
+constexpr int kMaxScans = 500;  // a progressive file may hold any number of them, each a full pass
+
+struct ErrorManager {
+  jpeg_error_mgr base;  // first, so that libjpeg's pointer is also one to this record
+  std::jmp_buf escape;
+  bool damaged;
+};
+
+ErrorManager& ErrorsOf(j_common_ptr codec) { return *reinterpret_cast<ErrorManager*>(codec->err); }
+
+[[noreturn]] void Escape(j_common_ptr codec) { std::longjmp(ErrorsOf(codec).escape, 1); }
+
+bool IsDamage(int warning) {
+  switch (warning) {
+    case JWRN_ARITH_BAD_CODE:
+    case JWRN_BOGUS_PROGRESSION:
+    case JWRN_HIT_MARKER:
+    case JWRN_HUFF_BAD_CODE:
+    case JWRN_JPEG_EOF:
+    case JWRN_MUST_RESYNC:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void NoteWarning(j_common_ptr codec, int level) {
+  if (level < 0 && IsDamage(codec->err->msg_code)) ErrorsOf(codec).damaged = true;
+}
+
+void SayNothing(j_common_ptr) {}
+
+jpeg_error_mgr* Prepare(ErrorManager& errors) {
+  jpeg_std_error(&errors.base);
+  errors.base.error_exit = Escape;
+  errors.base.emit_message = NoteWarning;
+  errors.base.output_message = SayNothing;
+  return &errors.base;
+}
+
+/// Runs `work` until its end or its first fatal error. @return whether nothing was wrong.
+template <class Work>
+bool Survives(ErrorManager& errors, Work work) {
+  if (setjmp(errors.escape) != 0) return false;
+  work();
+  return !errors.damaged;
+}
+
+/// Hands a file to the decoder, a buffer at a time.
+struct FileSource {
+  jpeg_source_mgr base;  // first
+  File* file;
+  JOCTET buffer[kBufferBytes];
+
+  static boolean Fill(j_decompress_ptr codec) {
+    auto& source = *reinterpret_cast<FileSource*>(codec->src);
+    const std::ptrdiff_t got = source.file->Read(source.buffer, kBufferBytes);
+    if (got < 0) ERREXIT(codec, JERR_FILE_READ);
+    if (got == 0) ERREXIT(codec, JERR_INPUT_EOF);
+    source.base.next_input_byte = source.buffer;
+    source.base.bytes_in_buffer = static_cast<std::size_t>(got);
+    return TRUE;
+  }
+
+  static void Skip(j_decompress_ptr codec, long count) {
+    auto& source = codec->src;
+    while (count > static_cast<long>(source->bytes_in_buffer)) {
+      count -= static_cast<long>(source->bytes_in_buffer);
+      Fill(codec);
+    }
+    if (count <= 0) return;
+    source->next_input_byte += count;
+    source->bytes_in_buffer -= static_cast<std::size_t>(count);
+  }
+
+  explicit FileSource(File& input) : base{}, file(&input) {
+    base.init_source = [](j_decompress_ptr) {};
+    base.fill_input_buffer = Fill;
+    base.skip_input_data = Skip;
+    base.resync_to_restart = jpeg_resync_to_restart;
+    base.term_source = [](j_decompress_ptr) {};
+  }
+};
+
+class Decoder {
+ public:
+  explicit Decoder(File& file) : source_(file) {}
+  ~Decoder() { jpeg_destroy_decompress(&codec_); }
+  Decoder(const Decoder&) = delete;
+  Decoder& operator=(const Decoder&) = delete;
+
+  bool ReadParameters(JPEG_CORE_PROPERTIES& properties) {
+    return Survives(errors_, [&] {
+      ReadHeader();
+      properties.JPGWidth = static_cast<int>(codec_.image_width);
+      properties.JPGHeight = static_cast<int>(codec_.image_height);
+      properties.JPGChannels = codec_.num_components;
+    });
+  }
+
+  bool ReadPixels(const JPEG_CORE_PROPERTIES& properties) {
+    return Survives(errors_, [&] {
+      ReadHeader();
+      if (!IsFor(properties)) ERREXIT(&codec_, JERR_BAD_IN_COLORSPACE);
+      codec_.out_color_space = properties.DIBColor == IJL_G ? JCS_GRAYSCALE : JCS_EXT_BGR;
+      jpeg_start_decompress(&codec_);
+      const std::size_t pitch =
+          std::size_t(properties.DIBWidth) * std::size_t(properties.DIBChannels) +
+          std::size_t(properties.DIBPadBytes);
+      while (codec_.output_scanline < codec_.output_height) {
+        JSAMPROW rows[kRowsAtOnce];
+        const JDIMENSION left = codec_.output_height - codec_.output_scanline;
+        const JDIMENSION count = left < kRowsAtOnce ? left : kRowsAtOnce;
+        for (JDIMENSION i = 0; i < count; ++i)
+          rows[i] = properties.DIBBytes + pitch * (codec_.output_scanline + i);
+        jpeg_read_scanlines(&codec_, rows, count);
+      }
+      jpeg_finish_decompress(&codec_);
+    });
+  }
+
+ private:
+  void ReadHeader() {
+    codec_.err = Prepare(errors_);
+    jpeg_create_decompress(&codec_);
+    codec_.src = &source_.base;
+    progress_.progress_monitor = [](j_common_ptr codec) {
+      const auto* decoder = reinterpret_cast<j_decompress_ptr>(codec);
+      if (decoder->input_scan_number > kMaxScans) Escape(codec);
+    };
+    codec_.progress = &progress_;
+    jpeg_read_header(&codec_, TRUE);
+  }
+
+  bool IsFor(const JPEG_CORE_PROPERTIES& properties) const {
+    return properties.DIBBytes && properties.DIBWidth == static_cast<int>(codec_.image_width) &&
+           properties.DIBHeight == static_cast<int>(codec_.image_height) &&
+           properties.DIBPadBytes >= 0 && properties.DIBChannels == codec_.num_components &&
+           ((properties.DIBChannels == 1 && properties.DIBColor == IJL_G) ||
+            (properties.DIBChannels == 3 && properties.DIBColor == IJL_BGR));
+  }
+
+  jpeg_decompress_struct codec_{};
+  ErrorManager errors_{};
+  jpeg_progress_mgr progress_{};
+  FileSource source_;
+};
+
+/// Takes a file from the encoder, a buffer at a time.
+struct FileTarget {
+  jpeg_destination_mgr base;  // first
+  File* file;
+  JOCTET buffer[kBufferBytes];
+
+  static void Write(j_compress_ptr codec, std::size_t count) {
+    auto& target = *reinterpret_cast<FileTarget*>(codec->dest);
+    if (!target.file->WriteAll(target.buffer, count)) ERREXIT(codec, JERR_FILE_WRITE);
+    target.base.next_output_byte = target.buffer;
+    target.base.free_in_buffer = kBufferBytes;
+  }
+
+  explicit FileTarget(File& output) : base{}, file(&output) {
+    base.next_output_byte = buffer;
+    base.free_in_buffer = kBufferBytes;
+    base.init_destination = [](j_compress_ptr) {};
+    base.empty_output_buffer = [](j_compress_ptr codec) -> boolean {
+      Write(codec, kBufferBytes);
+      return TRUE;
+    };
+    base.term_destination = [](j_compress_ptr codec) {
+      Write(codec, kBufferBytes - codec->dest->free_in_buffer);
+    };
+  }
+};
+
+class Encoder {
+ public:
+  explicit Encoder(File& file) : target_(file) {}
+  ~Encoder() { jpeg_destroy_compress(&codec_); }
+  Encoder(const Encoder&) = delete;
+  Encoder& operator=(const Encoder&) = delete;
+
+  bool WritePixels(const JPEG_CORE_PROPERTIES& properties) {
+    return Survives(errors_, [&] {
+      codec_.err = Prepare(errors_);
+      jpeg_create_compress(&codec_);
+      codec_.dest = &target_.base;
+      SetParameters(properties);
+      jpeg_start_compress(&codec_, TRUE);
+      const std::size_t pitch =
+          std::size_t(properties.DIBWidth) * 3 + std::size_t(properties.DIBPadBytes);
+      while (codec_.next_scanline < codec_.image_height) {
+        JSAMPROW row = properties.DIBBytes + pitch * codec_.next_scanline;
+        jpeg_write_scanlines(&codec_, &row, 1);
+      }
+      jpeg_finish_compress(&codec_);
+    });
+  }
+
+ private:
+  void SetParameters(const JPEG_CORE_PROPERTIES& properties) {
+    codec_.image_width = static_cast<JDIMENSION>(properties.DIBWidth);
+    codec_.image_height = static_cast<JDIMENSION>(properties.DIBHeight);
+    codec_.input_components = 3;
+    codec_.in_color_space = properties.DIBColor == IJL_RGB ? JCS_EXT_RGB : JCS_EXT_BGR;
+    jpeg_set_defaults(&codec_);
+    jpeg_set_colorspace(&codec_, properties.JPGColor == IJL_G ? JCS_GRAYSCALE : JCS_YCbCr);
+    jpeg_set_quality(&codec_, properties.jquality, TRUE);
+    const int factor = properties.JPGSubsampling == IJL_411 ? 2 : 1;
+    codec_.comp_info[0].h_samp_factor = factor;
+    codec_.comp_info[0].v_samp_factor = factor;
+  }
+
+  jpeg_compress_struct codec_{};
+  ErrorManager errors_{};
+  FileTarget target_;
+};
+
+bool CanWrite(const JPEG_CORE_PROPERTIES& properties) {
+  const auto isSide = [](int side) { return side > 0 && side <= JPEG_MAX_DIMENSION; };
+  const bool gray = properties.JPGChannels == 1 && properties.JPGColor == IJL_G;
+  const bool colour = properties.JPGChannels == 3 && properties.JPGColor == IJL_YCBCR;
+  return properties.JPGFile && properties.DIBBytes && isSide(properties.DIBWidth) &&
+         isSide(properties.DIBHeight) && properties.JPGWidth == properties.DIBWidth &&
+         properties.JPGHeight == properties.DIBHeight && properties.DIBPadBytes >= 0 &&
+         properties.DIBChannels == 3 &&
+         (properties.DIBColor == IJL_RGB || properties.DIBColor == IJL_BGR) && (gray || colour);
+}
+
+}  // namespace
+
+IJLERR ijlInit(JPEG_CORE_PROPERTIES* properties) {
+  if (!properties) return IJL_FAILED;
+  *properties = {};
+  properties->jquality = 75;
+  return IJL_OK;
+}
+
+IJLERR ijlRead(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type) {
+  if (!properties || !properties->JPGFile) return IJL_FAILED;
+  File file = File::OpenExisting(properties->JPGFile);
+  if (!file) return IJL_FAILED;
+  Decoder decoder(file);
+  bool read = false;
+  if (type == IJL_JFILE_READPARAMS) read = decoder.ReadParameters(*properties);
+  if (type == IJL_JFILE_READWHOLEIMAGE) read = decoder.ReadPixels(*properties);
+  return read ? IJL_OK : IJL_FAILED;
+}
+
+IJLERR ijlWrite(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type) {
+  if (!properties || type != IJL_JFILE_WRITEWHOLEIMAGE || !CanWrite(*properties)) return IJL_FAILED;
+  File file = File::Create(properties->JPGFile);
+  if (!file) return IJL_FAILED;
+  return Encoder(file).WritePixels(*properties) && file.Close() ? IJL_OK : IJL_FAILED;
+}
+
+IJLERR ijlFree(JPEG_CORE_PROPERTIES* properties) { return properties ? IJL_OK : IJL_FAILED; }
+
+}  // namespace rastelo::platform

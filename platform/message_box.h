@@ -1,0 +1,12 @@
+#ifndef RASTELO_PLATFORM_MESSAGE_BOX_H
+#define RASTELO_PLATFORM_MESSAGE_BOX_H
+
+namespace rastelo::platform {
+
+/// Shows a text with a caption, both in code page 936, in a box with one button and no owner.
+/// Cannot fail.
+void ShowMessageBox(const char* text, const char* caption);
+
+}  // namespace rastelo::platform
+
+#endif  // RASTELO_PLATFORM_MESSAGE_BOX_H

@@ -1,0 +1,78 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace rastelo::platform {
+
+namespace {
+int Descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
+}  // namespace
+
+// Failures leave the reason in errno, for hosts that want to tell their users.
+
+File File::OpenExisting(const char* path) {
+  // Not blocking, so that a pipe without a writer is refused instead of waited for.
+  const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return File(kNone);
+  struct stat status {};
+  const bool known = ::fstat(descriptor, &status) == 0;
+  if (known && S_ISREG(status.st_mode)) return File(descriptor);
+  ::close(descriptor);
+  if (known) errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+  return File(kNone);
+}
+
+File File::Create(const char* path) {
+  return File(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666));
+}
+
+File::~File() { Close(); }
+
+std::int64_t File::Size() const {
+  struct stat status {};
+  return ::fstat(Descriptor(handle_), &status) == 0 ? std::int64_t{status.st_size} : -1;
+}
+
+std::ptrdiff_t File::Read(void* bytes, std::size_t count) {
+  ssize_t got;
+  do {
+    got = ::read(Descriptor(handle_), bytes, count);
+  } while (got < 0 && errno == EINTR);
+  return got;
+}
+
+bool File::ReadAll(void* bytes, std::size_t count) {
+  auto* next = static_cast<unsigned char*>(bytes);
+  while (count > 0) {
+    const std::ptrdiff_t got = Read(next, count);
+    if (got <= 0) return false;
+    next += got;
+    count -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+bool File::WriteAll(const void* bytes, std::size_t count) {
+  const auto* next = static_cast<const unsigned char*>(bytes);
+  while (count > 0) {
+    const ssize_t put = ::write(Descriptor(handle_), next, count);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return false;
+    next += put;
+    count -= static_cast<std::size_t>(put);
+  }
+  return true;
+}
+
+bool File::Close() {
+  if (handle_ == kNone) return true;
+  const int descriptor = Descriptor(handle_);
+  handle_ = kNone;
+  return ::close(descriptor) == 0;
+}
+
+}  // namespace rastelo::platform

@@ -1,0 +1,189 @@
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "image/image_view.h"
+#include "rastelo_platform.h"
+
+namespace rastelo {
+namespace {
+
+/// A bitmap that can be drawn from: 8 or 24 bits a pixel, bottom row first.
+struct Source {
+  ConstImageView pixels;
+  int bitCount;
+  const RGBQUAD* colours;
+
+  /// Blue, green, red of one pixel.
+  void Load(std::int32_t x, std::int32_t y, unsigned char* bgr) const {
+    if (bitCount == 24) {
+      std::memcpy(bgr, pixels.Row(y) + std::ptrdiff_t{3} * x, 3);
+      return;
+    }
+    const RGBQUAD& colour = colours[pixels.Row(y)[x]];
+    bgr[0] = colour.rgbBlue;
+    bgr[1] = colour.rgbGreen;
+    bgr[2] = colour.rgbRed;
+  }
+};
+
+bool OpenSource(const void* bits, const BITMAPINFO* info, UINT usage, Source& source) {
+  if (!bits || !info || usage != DIB_RGB_COLORS) return false;
+  const BITMAPINFOHEADER& header = info->bmiHeader;
+  if (header.biSize != sizeof header || header.biCompression != 0) return false;
+  if (!IsKnownDepth(header.biBitCount) || header.biWidth <= 0 || header.biHeight <= 0) return false;
+  if (!FitsBuffer(header.biWidth, header.biHeight, header.biBitCount)) return false;
+  source.pixels = {static_cast<const std::uint8_t*>(bits), header.biWidth, header.biHeight,
+                   static_cast<std::int32_t>(Pitch(header.biWidth, header.biBitCount))};
+  source.bitCount = header.biBitCount;
+  source.colours = info->bmiColors;
+  return true;
+}
+
+struct Span {
+  std::int64_t first, end;  // [first, end)
+};
+
+Span Intersect(Span a, Span b) { return {std::max(a.first, b.first), std::min(a.end, b.end)}; }
+
+/// One axis of a stretch: from target pixels to the source pixels that they stand for.
+class StretchAxis {
+ public:
+  StretchAxis(int target, int targetSide, int source, int sourceSide)
+      : targetSide_(std::abs(std::int64_t{targetSide})),
+        sourceSide_(std::abs(std::int64_t{sourceSide})),
+        targetFirst_(FirstPixel(target, targetSide)),
+        sourceFirst_(FirstPixel(source, sourceSide)),
+        mirrored_((targetSide < 0) != (sourceSide < 0)) {}
+
+  bool IsEmpty() const { return targetSide_ == 0 || sourceSide_ == 0; }
+  Span Target() const { return {targetFirst_, targetFirst_ + targetSide_}; }
+
+  /// The source pixel under the middle of target pixel `target`.
+  Span Middle(std::int64_t target) const {
+    const std::int64_t i = Index(target);
+    const std::int64_t middle = sourceFirst_ + (2 * i + 1) * sourceSide_ / (2 * targetSide_);
+    return {middle, middle + 1};
+  }
+
+  /// All source pixels that fall on target pixel `target`; the one in the middle when enlarging.
+  Span All(std::int64_t target) const {
+    if (sourceSide_ <= targetSide_) return Middle(target);
+    const std::int64_t i = Index(target);
+    return {sourceFirst_ + i * sourceSide_ / targetSide_,
+            sourceFirst_ + (i + 1) * sourceSide_ / targetSide_};
+  }
+
+ private:
+  /// A negative side counts toward lower numbers, and the pixel it starts from is part of it.
+  static std::int64_t FirstPixel(int start, int side) {
+    return side < 0 ? std::int64_t{start} + side + 1 : start;
+  }
+  std::int64_t Index(std::int64_t target) const {
+    const std::int64_t i = target - targetFirst_;
+    return mirrored_ ? targetSide_ - 1 - i : i;
+  }
+
+  std::int64_t targetSide_, sourceSide_, targetFirst_, sourceFirst_;
+  bool mirrored_;
+};
+
+/// Combines the source pixels of one target pixel by the stretch mode. Needs at least one.
+void Combine(const Source& source, Span columns, Span rows, int mode, unsigned char* target) {
+  std::uint64_t sum[3] = {};
+  unsigned char all[3] = {255, 255, 255}, any[3] = {}, bgr[3];
+  for (std::int64_t y = rows.first; y < rows.end; ++y) {
+    for (std::int64_t x = columns.first; x < columns.end; ++x) {
+      source.Load(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), bgr);
+      for (int c = 0; c < 3; ++c) {
+        sum[c] += bgr[c];
+        all[c] &= bgr[c];
+        any[c] |= bgr[c];
+      }
+    }
+  }
+  const auto count =
+      static_cast<std::uint64_t>((rows.end - rows.first) * (columns.end - columns.first));
+  for (int c = 0; c < 3; ++c) {
+    target[c] = mode == BLACKONWHITE   ? all[c]
+                : mode == WHITEONBLACK ? any[c]
+                                       : static_cast<unsigned char>(sum[c] / count);
+  }
+}
+
+}  // namespace
+
+MemoryDeviceContext::MemoryDeviceContext(int width, int height)
+    : width_(std::max(width, 0)),
+      height_(std::max(height, 0)),
+      surface_(std::size_t(width_) * std::size_t(height_) * 4) {}
+
+const unsigned char* MemoryDeviceContext::Pixel(int x, int y) const {
+  if (x < 0 || x >= width_ || y < 0 || y >= height_) return nullptr;
+  return surface_.data() + (std::size_t(y) * std::size_t(width_) + std::size_t(x)) * 4;
+}
+
+int MemoryDeviceContext::SetDIBitsToDevice(int x, int y, DWORD width, DWORD height, int sourceX,
+                                           int sourceY, UINT firstLine, UINT lines,
+                                           const void* bits, const BITMAPINFO* info, UINT usage) {
+  Source source;
+  if (!OpenSource(bits, info, usage, source)) return 0;
+  const std::int64_t sourceHeight = source.pixels.height;
+  if (firstLine >= sourceHeight) return 0;
+  const Span present{firstLine,
+                     std::min<std::int64_t>(sourceHeight, std::int64_t{firstLine} + lines)};
+  const std::int64_t w = static_cast<std::int32_t>(width), h = static_cast<std::int32_t>(height);
+
+  // Target column X shows source column X - shiftX; target row Y shows source row top - Y.
+  const std::int64_t shiftX = std::int64_t{x} - sourceX;
+  const std::int64_t top = std::int64_t{y} + sourceY + h - 1;
+  const Span columns =
+      Intersect(Intersect({x, x + w}, {0, width_}), {shiftX, shiftX + source.pixels.width});
+  const Span rows = Intersect(Intersect({y, y + h}, {0, height_}),
+                              {top - present.end + 1, top - present.first + 1});
+  for (std::int64_t row = rows.first; row < rows.end; ++row) {
+    const auto line = static_cast<std::int32_t>(top - row - present.first);
+    unsigned char* to = surface_.data() + (row * width_ + columns.first) * 4;
+    for (std::int64_t column = columns.first; column < columns.end; ++column, to += 4)
+      source.Load(static_cast<std::int32_t>(column - shiftX), line, to);
+  }
+  return static_cast<int>(present.end - present.first);
+}
+
+int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int sourceX,
+                                       int sourceY, int sourceWidth, int sourceHeight,
+                                       const void* bits, const BITMAPINFO* info, UINT usage,
+                                       DWORD operation) {
+  Source source;
+  if (operation != SRCCOPY || !OpenSource(bits, info, usage, source)) return 0;
+  // Columns run alike in source and target, rows against each other.
+  const StretchAxis across(x, width, sourceX, sourceWidth);
+  const StretchAxis down(y, height, sourceY, sourceHeight);
+  if (across.IsEmpty() || down.IsEmpty()) return 0;
+
+  const auto sourceSpan = [this](const StretchAxis& axis, std::int64_t target) {
+    return stretchMode_ == COLORONCOLOR ? axis.Middle(target) : axis.All(target);
+  };
+  const Span columns = Intersect(across.Target(), {0, width_});
+  const Span rows = Intersect(down.Target(), {0, height_});
+  const Span upsideDown = down.Target();
+  for (std::int64_t row = rows.first; row < rows.end; ++row) {
+    const Span from = Intersect(sourceSpan(down, upsideDown.first + upsideDown.end - 1 - row),
+                                {0, source.pixels.height});
+    if (from.first >= from.end) continue;
+    unsigned char* to = surface_.data() + (row * width_ + columns.first) * 4;
+    for (std::int64_t column = columns.first; column < columns.end; ++column, to += 4) {
+      const Span part = Intersect(sourceSpan(across, column), {0, source.pixels.width});
+      if (part.first < part.end) Combine(source, part, from, stretchMode_, to);
+    }
+  }
+  return source.pixels.height;
+}
+
+int MemoryDeviceContext::SetStretchBltMode(int mode) {
+  if (mode < BLACKONWHITE || mode > HALFTONE) return 0;
+  return std::exchange(stretchMode_, mode);
+}
+
+}  // namespace rastelo

@@ -1,0 +1,46 @@
+#include "platform/message_box.h"
+
+#include <iconv.h>
+
+#include <cstdio>
+#include <string>
+#include <utility>
+
+#include "rastelo_platform.h"
+
+namespace rastelo {
+namespace {
+
+MessageBoxHook& CurrentHook() {
+  static MessageBoxHook hook;
+  return hook;
+}
+
+/// The same text in UTF-8; as it is where the system cannot convert it.
+std::string Utf8FromCodePage936(const char* text) {
+  std::string source = text;
+  const iconv_t converter = iconv_open("UTF-8", "CP936");
+  if (converter == reinterpret_cast<iconv_t>(-1)) return source;
+  std::string result(source.size() * 3, '\0');  // at most 3 bytes for one of code page 936
+  char* in = source.data();
+  char* out = result.data();
+  std::size_t inLeft = source.size();
+  std::size_t outLeft = result.size();
+  const std::size_t outcome = iconv(converter, &in, &inLeft, &out, &outLeft);
+  iconv_close(converter);
+  if (outcome == static_cast<std::size_t>(-1)) return source;
+  result.resize(result.size() - outLeft);
+  return result;
+}
+
+}  // namespace
+
+void SetMessageBoxHook(MessageBoxHook hook) { CurrentHook() = std::move(hook); }
+
+void platform::ShowMessageBox(const char* text, const char* caption) {
+  if (CurrentHook()) return CurrentHook()(text, caption);
+  std::fprintf(stderr, "%s %s\n", Utf8FromCodePage936(caption).c_str(),
+               Utf8FromCodePage936(text).c_str());
+}
+
+}  // namespace rastelo
