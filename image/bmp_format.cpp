@@ -1,0 +1,123 @@
+#include "image/bmp_format.h"
+
+#include <cstring>
+
+#include "image/reverse_rows.h"
+#include "rastelo.h"
+
+namespace rastelo {
+namespace {
+
+std::uint16_t Load16(const std::uint8_t* bytes) {
+  return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
+}
+
+std::uint32_t Load32(const std::uint8_t* bytes) {
+  return Load16(bytes) | std::uint32_t{Load16(bytes + 2)} << 16;
+}
+
+void Store16(std::uint8_t* bytes, std::uint32_t value) {
+  bytes[0] = static_cast<std::uint8_t>(value);
+  bytes[1] = static_cast<std::uint8_t>(value >> 8);
+}
+
+void Store32(std::uint8_t* bytes, std::uint32_t value) {
+  Store16(bytes, value);
+  Store16(bytes + 2, value >> 16);
+}
+
+std::uint32_t TableEntries(int bitCount, std::uint32_t coloursUsed) {
+  if (coloursUsed != 0) return coloursUsed;
+  switch (bitCount) {
+    case 1:
+      return 2;
+    case 4:
+      return 16;
+    case 8:
+      return 256;
+    default:
+      return 0;
+  }
+}
+
+/// What the header says, with all of it checked against the `size` bytes that there are.
+struct BmpLayout {
+  std::int32_t width, height;  // positive
+  bool topDown;
+  int bitCount;
+  std::size_t pixelOffset;
+};
+
+std::optional<BmpLayout> ReadLayout(std::span<const std::uint8_t> data) {
+  if (data.size() < kBmpInfoHeaderBytes) return std::nullopt;
+  const std::uint32_t headerBytes = Load32(&data[0]);
+  const auto width = static_cast<std::int32_t>(Load32(&data[4]));
+  const auto signedHeight = static_cast<std::int32_t>(Load32(&data[8]));
+  const int bitCount = Load16(&data[14]);
+  const std::uint32_t compression = Load32(&data[16]);
+  if (headerBytes < kBmpInfoHeaderBytes || compression != 0) return std::nullopt;
+  if (!IsKnownDepth(bitCount)) return std::nullopt;
+  if (width <= 0 || signedHeight == 0 || signedHeight == INT32_MIN) return std::nullopt;
+  const std::int32_t height = signedHeight < 0 ? -signedHeight : signedHeight;
+  if (!FitsBuffer(width, height, bitCount)) return std::nullopt;
+
+  const std::uint32_t entries = TableEntries(bitCount, Load32(&data[32]));
+  const auto tableBytes = static_cast<std::uint16_t>(4 * entries);  // the size is kept in 16 bits
+  const std::uint64_t offset = std::uint64_t{headerBytes} + tableBytes;
+  const auto pixelBytes = static_cast<std::uint64_t>(Pitch(width, bitCount) * height);
+  if (offset + pixelBytes > data.size()) return std::nullopt;
+  return BmpLayout{width, height, signedHeight < 0, bitCount, static_cast<std::size_t>(offset)};
+}
+
+}  // namespace
+
+bool HasBmpMagic(std::span<const std::uint8_t, kBmpFileHeaderBytes> fileHeader) {
+  return fileHeader[0] == 'B' && fileHeader[1] == 'M';
+}
+
+std::optional<PixelStore> DecodeBmp(std::span<const std::uint8_t> data) {
+  const std::optional<BmpLayout> layout = ReadLayout(data);
+  if (!layout) return std::nullopt;
+  PixelStore store = PixelStore::ForOverwrite(layout->width, layout->height, layout->bitCount);
+  std::memcpy(store.bits.get(), data.data() + layout->pixelOffset, store.Bytes());
+  if (layout->topDown) ReverseRows(store.Pixels());
+  return store;
+}
+
+std::array<std::uint8_t, kBmpFileHeaderBytes> MakeBmpFileHeader(const ConstImageView& image,
+                                                                int bitCount) {
+  const std::uint32_t tableBytes = bitCount == 8 ? kBmpGrayTableBytes : 0;
+  const std::uint32_t offset = kBmpFileHeaderBytes + kBmpInfoHeaderBytes + tableBytes;
+  const auto pixelBytes = static_cast<std::uint32_t>(std::int64_t{image.pitch} * image.height);
+  std::array<std::uint8_t, kBmpFileHeaderBytes> header{'B', 'M'};
+  Store32(&header[2], offset + pixelBytes);
+  Store32(&header[10], offset);
+  return header;
+}
+
+std::array<std::uint8_t, kBmpInfoHeaderBytes> MakeBmpInfoHeader(const ConstImageView& image,
+                                                                int bitCount) {
+  std::array<std::uint8_t, kBmpInfoHeaderBytes> header{};
+  Store32(&header[0], kBmpInfoHeaderBytes);
+  Store32(&header[4], static_cast<std::uint32_t>(image.width));
+  Store32(&header[8], static_cast<std::uint32_t>(image.height));
+  Store16(&header[12], 1);  // planes
+  Store16(&header[14], static_cast<std::uint32_t>(bitCount));
+  Store32(&header[20], static_cast<std::uint32_t>(std::int64_t{image.pitch} * image.height));
+  return header;
+}
+
+std::array<std::uint8_t, kBmpGrayTableBytes> MakeBmpGrayTable() {
+  std::array<std::uint8_t, kBmpGrayTableBytes> table{};
+  for (std::size_t i = 0; i < table.size(); ++i)
+    if (i % 4 != 3) table[i] = static_cast<std::uint8_t>(i / 4);
+  return table;
+}
+
+}  // namespace rastelo
+
+DWORD GetPaletteSize(const unsigned char* header) {
+  using namespace rastelo;
+  if (Load32(header) != kBmpInfoHeaderBytes) return TableEntries(Load16(header + 10), 0);
+  return TableEntries(Load16(header + 14), Load32(header + 32));
+}

@@ -1,0 +1,71 @@
+// JPEG files in.
+#include <cstring>
+
+#include "image/missing_file_message.h"
+#include "image/pixel_store.h"
+#include "platform/file.h"
+#include "platform/jpeg_codec.h"
+#include "rastelo.h"
+
+using namespace rastelo::platform;
+
+namespace {
+
+bool IsUsablePath(const char* path) { return path && std::strlen(path) > 4; }
+
+}  // namespace
+
+int CRastelo::GetSizeJPG(const char* path, LONG* width, LONG* height, int* bitCount) {
+  if (!IsUsablePath(path) || !width || !height) return 0;
+  JPEG_CORE_PROPERTIES properties;
+  ijlInit(&properties);
+  properties.JPGFile = path;
+  const bool understood = ijlRead(&properties, IJL_JFILE_READPARAMS) == IJL_OK;
+  ijlFree(&properties);
+  if (!understood) return 0;
+  *width = properties.JPGWidth;
+  *height = properties.JPGHeight;
+  if (bitCount) *bitCount = properties.JPGChannels * 8;
+  return 1;
+}
+
+int CRastelo::ReadJpg(const char* path) {
+  if (!IsUsablePath(path) || !m_pImgBits) return 0;
+  JPEG_CORE_PROPERTIES properties;
+  ijlInit(&properties);
+  properties.DIBBytes = m_pImgBits.get();
+  properties.DIBWidth = m_lWidth;
+  properties.DIBHeight = m_lHeight;
+  properties.DIBChannels = m_nBitCount / 8;
+  properties.DIBPadBytes = m_lLineBytes - m_lWidth * properties.DIBChannels;
+  properties.DIBColor = m_nBitCount == 8 ? IJL_G : IJL_BGR;
+  properties.JPGFile = path;
+  const bool decoded = ijlRead(&properties, IJL_JFILE_READWHOLEIMAGE) == IJL_OK;
+  ijlFree(&properties);
+  return decoded ? 1 : 0;
+}
+
+int CRastelo::OpenJpgImg(const char* path) {
+  if (!File::OpenExisting(path)) {
+    rastelo::ShowMissingFileMessage();
+    return 0;
+  }
+  std::memset(m_szFileName, 0, sizeof m_szFileName);
+  std::strncpy(m_szFileName, path, sizeof m_szFileName - 1);
+
+  LONG width = 0, height = 0;
+  int bitCount = 0;
+  if (!GetSizeJPG(path, &width, &height, &bitCount)) return 0;
+  if (!rastelo::IsKnownDepth(bitCount) || !rastelo::FitsBuffer(width, height, bitCount)) return 0;
+  const auto store = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
+  const auto copy = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
+  Adopt(store);
+  if (!ReadJpg(path)) {
+    std::memset(store.bits.get(), 0, store.Bytes());
+    return 0;
+  }
+  ReverseBitsY(m_lWidth, m_lHeight, m_nBitCount, m_pImgBits.get());
+  std::memcpy(copy.bits.get(), store.bits.get(), store.Bytes());
+  AdoptLoaded(store, copy);
+  return 1;
+}
