@@ -2,31 +2,12 @@
 
 #include <cstring>
 
+#include "image/little_endian.h"
 #include "image/reverse_rows.h"
-#include "rastelo.h"
 
 namespace rastelo {
-namespace {
 
-std::uint16_t Load16(const std::uint8_t* bytes) {
-  return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
-}
-
-std::uint32_t Load32(const std::uint8_t* bytes) {
-  return Load16(bytes) | std::uint32_t{Load16(bytes + 2)} << 16;
-}
-
-void Store16(std::uint8_t* bytes, std::uint32_t value) {
-  bytes[0] = static_cast<std::uint8_t>(value);
-  bytes[1] = static_cast<std::uint8_t>(value >> 8);
-}
-
-void Store32(std::uint8_t* bytes, std::uint32_t value) {
-  Store16(bytes, value);
-  Store16(bytes + 2, value >> 16);
-}
-
-std::uint32_t TableEntries(int bitCount, std::uint32_t coloursUsed) {
+std::uint32_t BmpTableEntries(int bitCount, std::uint32_t coloursUsed) {
   if (coloursUsed != 0) return coloursUsed;
   switch (bitCount) {
     case 1:
@@ -39,6 +20,8 @@ std::uint32_t TableEntries(int bitCount, std::uint32_t coloursUsed) {
       return 0;
   }
 }
+
+namespace {
 
 /// What the header says, with all of it checked against the `size` bytes that there are.
 struct BmpLayout {
@@ -61,7 +44,7 @@ std::optional<BmpLayout> ReadLayout(std::span<const std::uint8_t> data) {
   const std::int32_t height = signedHeight < 0 ? -signedHeight : signedHeight;
   if (!FitsBuffer(width, height, bitCount)) return std::nullopt;
 
-  const std::uint32_t entries = TableEntries(bitCount, Load32(&data[32]));
+  const std::uint32_t entries = BmpTableEntries(bitCount, Load32(&data[32]));
   const auto tableBytes = static_cast<std::uint16_t>(4 * entries);  // the size is kept in 16 bits
   const std::uint64_t offset = std::uint64_t{headerBytes} + tableBytes;
   const auto pixelBytes = static_cast<std::uint64_t>(Pitch(width, bitCount) * height);
@@ -115,9 +98,3 @@ std::array<std::uint8_t, kBmpGrayTableBytes> MakeBmpGrayTable() {
 }
 
 }  // namespace rastelo
-
-DWORD GetPaletteSize(const unsigned char* header) {
-  using namespace rastelo;
-  if (Load32(header) != kBmpInfoHeaderBytes) return TableEntries(Load16(header + 10), 0);
-  return TableEntries(Load16(header + 14), Load32(header + 32));
-}

@@ -19,6 +19,10 @@ inline constexpr std::size_t kBmpGrayTableBytes = 1024;
 /// Whether a file that starts with these bytes calls itself a BMP file.
 bool HasBmpMagic(std::span<const std::uint8_t, kBmpFileHeaderBytes> fileHeader);
 
+/// The number of colour-table entries: `coloursUsed` if it is not 0, else what the depth can index,
+/// for 1, 4 and 8 bits; 0 for others.
+std::uint32_t BmpTableEntries(int bitCount, std::uint32_t coloursUsed);
+
 /// Decodes what stands behind the file header of a BMP file: info header, colour table, rows.
 /// The rows are taken from directly behind the colour table, wherever the file header points, and
 /// come out bottom-up. 8-bit pixels keep their bytes; the colour table is not applied.

@@ -5,6 +5,7 @@
 
 #include "image/bmp_format.h"
 #include "image/key_colour.h"
+#include "image/little_endian.h"
 #include "image/missing_file_message.h"
 #include "platform/file.h"
 #include "rastelo.h"
@@ -21,6 +22,13 @@ std::shared_ptr<unsigned char[]> CopyHeaderBlock(const std::vector<std::uint8_t>
 }
 
 }  // namespace
+
+DWORD GetPaletteSize(const unsigned char* header) {
+  using namespace rastelo;
+  if (!header) return 0;
+  if (Load32(header) != kBmpInfoHeaderBytes) return BmpTableEntries(Load16(header + 10), 0);
+  return BmpTableEntries(Load16(header + 14), Load32(header + 32));
+}
 
 int CRastelo::OpenBmpImg(const char* path) {
   auto file = rastelo::platform::File::OpenExisting(path);
