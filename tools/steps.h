@@ -1,0 +1,40 @@
+#ifndef RASTELO_TOOLS_STEPS_H
+#define RASTELO_TOOLS_STEPS_H
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "rastelo.h"
+
+namespace rastelo::tools {
+
+/// What the steps of one run share: the picture and the screen that it was last drawn on.
+struct Session {
+  CRastelo image;
+  std::optional<MemoryDeviceContext> screen;
+  bool hasVisibleArea = false;  // a one-to-one draw has been made
+};
+
+/// Carries a step out. Throws an OperationError that says what failed.
+using Action = std::function<void(Session&)>;
+
+/// One operation as a user writes it: NAME or NAME=ARGUMENT.
+struct Step {
+  std::string_view name;
+  std::string_view argument;  // how the argument is written, "=" included; empty without one
+  std::string_view help;      // one line
+  Action (*parse)(const std::string& argument);  // throws a UsageError that says what is expected
+};
+
+/// Every step there is. One entry adds one.
+std::span<const Step> Steps();
+
+/// The action of a step as written on the command line, or a UsageError.
+Action ParseStep(const std::string& text);
+
+}  // namespace rastelo::tools
+
+#endif  // RASTELO_TOOLS_STEPS_H
