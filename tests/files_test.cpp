@@ -1,0 +1,422 @@
+// BMP and JPEG files, in and out, and everything that can be wrong with them.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include <jpeglib.h>
+
+#include "tests/object_probe.h"
+
+using rastelo::ObjectProbe;
+using testing::ElementsAre;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+const char* const kMissingText = "\xCE\xC4\xBC\xFE\xB2\xBB\xB4\xE6\xD4\xDA\x21";
+const char* const kMissingCaption = "\xB4\xED\xCE\xF3\x21";
+
+void Put32(Bytes& bytes, std::size_t offset, std::uint32_t value) {
+  for (int i = 0; i < 4; ++i) bytes[offset + std::size_t(i)] = std::uint8_t(value >> (8 * i));
+}
+
+/// The file that a save of this image writes.
+Bytes Saved(const LiteralImage& image, const std::string& name) {
+  const std::string path = TestFolder() + name;
+  EXPECT_EQ(ObjectWith(image).SaveAs(path.c_str()), 1);
+  return ReadFile(path);
+}
+
+/// Opens these bytes under a name and gives the result of the open.
+int Open(CRastelo& object, const Bytes& bytes, const std::string& name) {
+  const std::string path = TestFolder() + name;
+  WriteFile(path, bytes);
+  return object.OpenImage(path.c_str());
+}
+
+TEST(Bmp, WritesTheseBytes) {
+  const LiteralImage gray = {{1, 2, 3, 4, 5}, {6, 7, 8, 9, 10}};
+  Bytes expected(1078 + 16, 0);
+  expected[0] = 'B';
+  expected[1] = 'M';
+  Put32(expected, 2, 1078 + 16);
+  Put32(expected, 10, 1078);
+  Put32(expected, 14, 40);
+  Put32(expected, 18, 5);
+  Put32(expected, 22, 2);
+  Put32(expected, 26, 1 | 8 << 16);
+  Put32(expected, 34, 16);
+  for (std::uint32_t i = 0; i < 256; ++i) Put32(expected, 54 + 4 * i, i * 0x010101);
+  for (std::size_t i = 0; i < 5; ++i) {
+    expected[1078 + i] = std::uint8_t(1 + i);
+    expected[1086 + i] = std::uint8_t(6 + i);
+  }
+  EXPECT_EQ(Saved(gray, "gray.bmp"), expected);
+
+  const LiteralImage colour = Noise(5, 2, 3);
+  const Bytes file = Saved(colour, "colour.BMP");
+  ASSERT_EQ(file.size(), 54u + 32u);
+  Bytes header(expected.begin(), expected.begin() + 54);
+  Put32(header, 2, 86);
+  Put32(header, 10, 54);
+  Put32(header, 26, 1 | 24 << 16);
+  Put32(header, 34, 32);
+  Bytes rows = colour.bytes;
+  rows[15] = rows[31] = 0;
+  header.insert(header.end(), rows.begin(), rows.end());
+  EXPECT_EQ(file, header);
+}
+
+TEST(Bmp, OpensColoursAsKeyAndFill) {
+  const LiteralImage image({{255, 0, 255, 255, 0, 254}, {255, 255, 255, 0, 0, 0}}, 3);
+  const LiteralImage reduced({{255, 0, 255, 70, 51, 41}, {70, 51, 41, 70, 51, 41}}, 3);
+  Bytes file = Saved(image, "a.bmp");
+  Put32(file, 10, 0xFFFFFFFF);  // where the pixels lie is not asked of the file header
+  CRastelo object;
+  object.DrawImage(nullptr, nullptr, 0, 0, nullptr);
+  ASSERT_EQ(Open(object, file, "b.bmp"), 1);
+  const auto state = ObjectProbe::Of(object);
+  Bytes pixels = reduced.bytes;
+  pixels[6] = pixels[7] = pixels[14] = pixels[15] = 0;
+  EXPECT_EQ(state.pixels, pixels);
+  EXPECT_EQ(state.loaded, pixels);
+  EXPECT_TRUE(object.IsCanTrans2Gray());
+  EXPECT_TRUE(std::equal(file.begin() + 14, file.end(), state.bmpHeader.begin()));
+}
+
+/// A BMP file with its parts changed, and the picture that comes out of it.
+struct BmpVariant {
+  const char* name;
+  void (*change)(Bytes&);
+  bool opens;
+  bool topDown = false;
+};
+const BmpVariant kBmpVariants[] = {
+    {"AsItIs", [](Bytes&) {}, true},
+    {"TopDown", [](Bytes& f) { Put32(f, 22, std::uint32_t(-3)); }, true, true},
+    {"LongHeader",
+     [](Bytes& f) {
+       Put32(f, 14, 108);
+       f.insert(f.begin() + 54, 68, 0xCC);
+     },
+     true},
+    {"ShortTable",
+     [](Bytes& f) {
+       Put32(f, 46, 2);
+       f.erase(f.begin() + 54, f.begin() + 54 + 1016);
+     },
+     true},
+    {"TableSizeWraps",
+     [](Bytes& f) {
+       Put32(f, 46, 16385);
+       f.erase(f.begin() + 54, f.begin() + 54 + 1020);
+     },
+     true},
+    {"TrailingBytes", [](Bytes& f) { f.resize(f.size() + 5000); }, true},
+    {"CoreHeader", [](Bytes& f) { Put32(f, 14, 12); }, false},
+    {"HeaderBeyondTheFile", [](Bytes& f) { Put32(f, 14, 0xFFFFFFFF); }, false},
+    {"NoWidth", [](Bytes& f) { Put32(f, 18, 0); }, false},
+    {"NegativeWidth", [](Bytes& f) { Put32(f, 18, std::uint32_t(-5)); }, false},
+    {"HugeWidth", [](Bytes& f) { Put32(f, 18, 0x7FFFFFFF); }, false},
+    {"NoHeight", [](Bytes& f) { Put32(f, 22, 0); }, false},
+    {"HugeHeight", [](Bytes& f) { Put32(f, 22, 0x7FFFFFFF); }, false},
+    {"LowestHeight", [](Bytes& f) { Put32(f, 22, 0x80000000); }, false},
+    {"Compressed", [](Bytes& f) { Put32(f, 30, 1); }, false},
+    {"FourBits", [](Bytes& f) { f[28] = 4; }, false},
+    {"ThirtyTwoBits", [](Bytes& f) { f[28] = 32; }, false},
+    {"OtherMagic", [](Bytes& f) { f[1] = 'A'; }, false},
+    {"OneByteShort", [](Bytes& f) { f.pop_back(); }, false},
+    {"FourteenBytes", [](Bytes& f) { f.resize(14); }, false},
+    {"Empty", [](Bytes& f) { f.clear(); }, false},
+};
+class BmpFile : public testing::TestWithParam<BmpVariant> {};
+INSTANTIATE_TEST_SUITE_P(Variants, BmpFile, testing::ValuesIn(kBmpVariants),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_P(BmpFile, OpensToItsPixelsOrLeavesTheObjectAlone) {
+  LiteralImage image = Noise(5, 3);
+  Bytes file = Saved(image, "a.bmp");
+  GetParam().change(file);
+  CRastelo object = ObjectWith(Noise(2, 2, 3));
+  const auto before = ObjectProbe::Of(object);
+  const HookRecorder hooks;
+  EXPECT_EQ(Open(object, file, "b.bmp"), GetParam().opens ? 1 : 0);
+  EXPECT_THAT(hooks.boxes, testing::IsEmpty());
+  if (!GetParam().opens) {
+    EXPECT_EQ(ObjectProbe::Of(object), before);
+    return;
+  }
+  if (GetParam().topDown) ObjectProbe::ReverseBitsY(object, image);
+  for (std::int32_t y = 0; y < 3; ++y) std::memset(image.Pixels().Row(y) + 5, 0, 3);
+  EXPECT_EQ(ImageOf(object), image);
+  EXPECT_EQ(ObjectProbe::Of(object).loaded, image.bytes);
+}
+
+TEST(Bmp, CountsColourTableEntries) {
+  const struct {
+    std::uint32_t headerBytes, bitCount, coloursUsed, entries;
+  } cases[] = {{40, 8, 0, 256}, {40, 8, 7, 7},      {40, 4, 0, 16},   {40, 1, 0, 2},
+               {40, 24, 0, 0},  {40, 24, 256, 256}, {12, 8, 99, 256}, {12, 24, 99, 0}};
+  for (const auto& c : cases) {
+    Bytes header(40);
+    Put32(header, 0, c.headerBytes);
+    header[c.headerBytes == 40 ? 14 : 10] = std::uint8_t(c.bitCount);
+    Put32(header, 32, c.coloursUsed);
+    EXPECT_EQ(GetPaletteSize(header.data()), c.entries) << c.headerBytes << ' ' << c.bitCount;
+  }
+}
+
+/// A JPEG file of flat blocks that says which side is up, written by the codec itself.
+Bytes MakeJpeg(int width, int height, int channels, bool progressive = false) {
+  jpeg_compress_struct codec{};
+  jpeg_error_mgr errors;
+  codec.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&codec);
+  unsigned char* out = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&codec, &out, &size);
+  codec.image_width = JDIMENSION(width);
+  codec.image_height = JDIMENSION(height);
+  codec.input_components = channels;
+  codec.in_color_space = channels == 1 ? JCS_GRAYSCALE : channels == 3 ? JCS_EXT_BGR : JCS_CMYK;
+  jpeg_set_defaults(&codec);
+  jpeg_set_quality(&codec, 100, TRUE);
+  if (channels == 3) codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor = 1;
+  if (progressive) jpeg_simple_progression(&codec);
+  jpeg_start_compress(&codec, TRUE);
+  for (int y = 0; y < height; ++y) {
+    Bytes row;
+    for (int i = 0; i < width * channels; ++i)
+      row.push_back(std::uint8_t(y < height / 2 ? 200 - 60 * (i % channels) : 30));
+    JSAMPROW rows = row.data();
+    jpeg_write_scanlines(&codec, &rows, 1);
+  }
+  jpeg_finish_compress(&codec);
+  const Bytes file(out, out + size);
+  jpeg_destroy_compress(&codec);
+  std::free(out);
+  return file;
+}
+
+TEST(Jpeg, OpensWithRowsFromTheBottomAndBlueFirst) {
+  for (const int channels : {1, 3}) {
+    for (const int width : {1, 5, 8, 17}) {
+      for (const bool progressive : {false, true}) {
+        CRastelo object;
+        ASSERT_EQ(Open(object, MakeJpeg(width, 16, channels, progressive), "a.JPG"), 1);
+        const auto state = ObjectProbe::Of(object);
+        EXPECT_EQ(state.bitCount, 8 * channels);
+        EXPECT_EQ(object.GetWidth(), width);
+        EXPECT_EQ(object.GetHeight(), 16);
+        EXPECT_TRUE(state.fileName.ends_with("a.JPG"));
+        LiteralImage image = ImageOf(object);
+        for (int i = 0; i < width * channels; ++i) {
+          EXPECT_NEAR(image.Pixels().Row(0)[i], 30, 3) << "the bottom row";
+          EXPECT_NEAR(image.Pixels().Row(15)[i], 200 - 60 * (i % channels), 3) << "the top row";
+        }
+        EXPECT_EQ(state.loaded, state.pixels);
+      }
+    }
+  }
+}
+
+TEST(Jpeg, WritesItsFormAndTheTopRowFirst) {
+  LiteralImage gray(16, 16, 1), colour(16, 16, 3);
+  for (std::int32_t y = 8; y < 16; ++y) {  // the upper half
+    std::memset(gray.Pixels().Row(y), 180, 16);
+    for (int x = 0; x < 16; ++x) colour.Pixels().Row(y)[3 * x] = 180;
+  }
+  for (const LiteralImage& image : {gray, colour}) {
+    const Bytes file = Saved(image, "a.jpg");
+    const Bytes startOfFrame = {0xFF, 0xC0};
+    const auto frame =
+        std::search(file.begin(), file.end(), startOfFrame.begin(), startOfFrame.end());
+    ASSERT_GT(file.end() - frame, 20);
+    EXPECT_EQ(int{frame[9]}, image.pixelBytes) << "channels";
+    EXPECT_EQ(int{frame[11]}, image.pixelBytes == 3 ? 0x22 : 0x11) << "chroma at half size";
+    const Bytes quantisation = {0xFF, 0xDB, 0, 67, 0, 8};  // 16 at quality 50, 8 at quality 75
+    EXPECT_NE(std::search(file.begin(), file.end(), quantisation.begin(), quantisation.end()),
+              file.end());
+
+    CRastelo object;
+    ASSERT_EQ(Open(object, file, "b.jpg"), 1);
+    EXPECT_EQ(object.IsCanTrans2Gray(), image.pixelBytes == 3);
+    EXPECT_NEAR(ObjectProbe::Of(object).pixels.front(), 0, 6);
+    EXPECT_NEAR(ObjectProbe::Pixels(object)[15 * 16 * image.pixelBytes], 180, 6);
+  }
+}
+
+TEST(Jpeg, TellsSizeAndDepth) {
+  const std::string path = TestFolder() + "a.jpg";
+  WriteFile(path, MakeJpeg(17, 9, 4));
+  CRastelo object;
+  LONG width = 0, height = 0;
+  int bitCount = 0;
+  EXPECT_EQ(object.GetSizeJPG(path.c_str(), &width, &height, nullptr), 1);
+  EXPECT_EQ(object.GetSizeJPG(path.c_str(), &width, &height, &bitCount), 1);
+  EXPECT_EQ(width, 17);
+  EXPECT_EQ(height, 9);
+  EXPECT_EQ(bitCount, 32);
+  for (const char* unusable : {"/dev/null", "none.jpg", ".jpg", "", (const char*)nullptr}) {
+    width = 77;
+    EXPECT_EQ(object.GetSizeJPG(unusable, &width, &height, &bitCount), 0);
+    EXPECT_EQ(width, 77);
+  }
+}
+
+TEST(Jpeg, OpensOverStrayBytesBetweenItsSegments) {
+  Bytes file = MakeJpeg(8, 8, 1);
+  const std::size_t endOfFirstSegment = 4u + std::size_t(file[4] << 8 | file[5]);
+  const Bytes stray = {0x12, 0x34, 0x56};
+  file.insert(file.begin() + std::ptrdiff_t(endOfFirstSegment), stray.begin(), stray.end());
+  CRastelo object;
+  EXPECT_EQ(Open(object, file, "a.jpg"), 1);
+}
+
+TEST(Jpeg, FailsCleanlyAtEveryLength) {
+  const HookRecorder hooks;
+  const Bytes whole = MakeJpeg(17, 9, 3);
+  const std::string path = TestFolder() + "a.jpg";
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    WriteFile(path, Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(length)));
+    CRastelo object = ObjectWith(Noise(4, 2));
+    auto expected = ObjectProbe::Of(object);
+    expected.fileName = path;
+    LONG width, height;
+    if (object.GetSizeJPG(path.c_str(), &width, &height, nullptr)) {
+      expected.width = 17;
+      expected.height = 9;
+      expected.bitCount = 24;
+      expected.pitch = 52;
+      expected.pixels.assign(52 * 9, 0);
+    }
+    EXPECT_EQ(object.OpenImage(path.c_str()), 0) << length;
+    EXPECT_EQ(ObjectProbe::Of(object), expected) << length;
+  }
+  EXPECT_THAT(hooks.boxes, testing::IsEmpty());
+}
+
+TEST(Jpeg, RefusesWhatIsNoPictureOfOneOrThreeChannels) {
+  const std::string text = "just a few words";
+  Bytes tooLarge = MakeJpeg(8, 8, 3);
+  for (std::size_t i = 0; i + 8 < tooLarge.size(); ++i)
+    if (tooLarge[i] == 0xFF && tooLarge[i + 1] == 0xC0)
+      for (const std::size_t side : {i + 5, i + 7}) tooLarge[side] = tooLarge[side + 1] = 0xFF - 1;
+  for (const Bytes& file : {Bytes(text.begin(), text.end()), MakeJpeg(8, 8, 4), tooLarge}) {
+    CRastelo object = ObjectWith(Noise(4, 2));
+    auto expected = ObjectProbe::Of(object);
+    EXPECT_EQ(Open(object, file, "a.jpg"), 0);
+    expected.fileName = ObjectProbe::Of(object).fileName;
+    EXPECT_EQ(ObjectProbe::Of(object), expected);
+    EXPECT_TRUE(expected.fileName.ends_with("a.jpg"));
+  }
+}
+
+TEST(Files, OpensInARowKeepWhatTheOtherFormatLeft) {
+  CRastelo object;
+  ASSERT_EQ(Open(object, MakeJpeg(8, 8, 3), "a.jpg"), 1);
+  EXPECT_TRUE(ObjectProbe::Of(object).bmpHeader.empty());
+  ASSERT_EQ(Open(object, Saved(Noise(3, 3), "b.bmp"), "c.bmp"), 1);
+  EXPECT_TRUE(ObjectProbe::Of(object).fileName.ends_with("a.jpg"));
+  ASSERT_EQ(Open(object, MakeJpeg(5, 2, 1), "d.jpg"), 1);
+  EXPECT_FALSE(ObjectProbe::Of(object).bmpHeader.empty());
+  EXPECT_EQ(ObjectProbe::Of(object).loadedWidth, 5);
+  object.Close();
+  EXPECT_TRUE(ObjectProbe::Of(object).bmpHeader.empty());
+}
+
+TEST(Files, KeepTheStartOfALongPath) {
+  std::string path = TestFolder();
+  while (path.size() < 300) path += "a_long_folder_name/";
+  std::filesystem::create_directories(path);
+  path += "a.jpg";
+  WriteFile(path, MakeJpeg(8, 8, 1));
+  CRastelo object;
+  EXPECT_EQ(object.OpenImage(path.c_str()), 1);
+  EXPECT_EQ(ObjectProbe::Of(object).fileName, path.substr(0, 259));
+}
+
+TEST(Files, ShowAMessageForWhatCannotBeOpened) {
+  const std::string folder = TestFolder();
+  std::filesystem::create_directory(folder + "folder.bmp");
+  std::filesystem::create_directory(folder + "folder.jpg");
+  ASSERT_EQ(mkfifo((folder + "pipe.bmp").c_str(), 0600), 0);
+  for (const char* name : {"none.bmp", "none.jpg", "folder.bmp", "folder.jpg", "pipe.bmp"}) {
+    CRastelo object = ObjectWith(Noise(4, 2));
+    const auto before = ObjectProbe::Of(object);
+    const HookRecorder hooks;
+    EXPECT_EQ(object.OpenImage((folder + name).c_str()), 0) << name;
+    EXPECT_THAT(hooks.boxes, ElementsAre(kMissingText, kMissingCaption)) << name;
+    EXPECT_EQ(ObjectProbe::Of(object), before) << name;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder + "none.bmp"));
+  testing::internal::CaptureStderr();
+  CRastelo().OpenImage("none.bmp");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "错误! 文件不存在!\n");
+}
+
+TEST(Files, SaysWhichSavesFail) {
+  const std::string folder = TestFolder();
+  for (const char* name : {"full.bmp", "full.jpg"})
+    std::filesystem::create_symlink("/dev/full", folder + name);
+  const struct {
+    const char* name;
+    bool box;
+    const char* line;
+  } cases[] = {{"full.bmp", false, ""},
+               {"full.jpg", false, "Can't write image\n\n"},
+               {"none/a.bmp", true, ""},
+               {"none/a.jpg", false, "Can't write image\n\n"}};
+  CRastelo object = ObjectWith(Noise(5, 4, 3));
+  const auto before = ObjectProbe::Of(object);
+  for (const auto& c : cases) {
+    const HookRecorder hooks;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(object.SaveAs((folder + c.name).c_str()), 0) << c.name;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line) << c.name;
+    EXPECT_EQ(hooks.boxes.size(), c.box ? 2u : 0u) << c.name;
+  }
+  EXPECT_EQ(ObjectProbe::Of(object), before);
+  for (const char* name : {"a.bmp", "a.jpg"})
+    EXPECT_EQ(CRastelo().SaveAs((folder + name).c_str()), 0) << "without an image";
+  EXPECT_FALSE(std::filesystem::exists(folder + "a.bmp"));
+}
+
+TEST(VisibleSave, WritesTheDrawnAreaAsFarAsItLiesInTheImage) {
+  LiteralImage image(300, 200, 1);
+  for (std::int32_t y = 0; y < 200; ++y) std::memset(image.Pixels().Row(y), y, 300);
+  const struct {
+    RECT target;
+    LONG width, height;
+    int top, bottom;  // gray levels, which are row numbers
+  } cases[] = {{{0, 0, 100, 50}, 100, 50, 124, 75}, {{5, 5, 405, 305}, 300, 200, 199, 0}};
+  const std::string path = TestFolder() + "a.bmp";
+  for (const auto& c : cases) {
+    CRastelo object = ObjectWith(image), saved;
+    RECT rc = c.target;
+    object.DrawImage(nullptr, &rc, 0, 0, nullptr);
+    object.DrawImage(nullptr, &rc, true);
+    ASSERT_EQ(object.SaveAs_visible_JPG(path.c_str()), 1);
+    ASSERT_EQ(Open(saved, ReadFile(path), "b.jpg"), 1);
+    EXPECT_EQ(saved.GetWidth(), c.width);
+    EXPECT_EQ(saved.GetHeight(), c.height);
+    EXPECT_NEAR(ObjectProbe::Pixels(saved)[0], c.bottom, 3);
+    EXPECT_NEAR(ObjectProbe::Of(saved).pixels.back(), c.top, 3);
+  }
+}
+
+TEST(VisibleSave, FailsWithoutAnArea) {
+  const std::string path = TestFolder() + "a.jpg";
+  CRastelo object = ObjectWith(Noise(10, 10));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(object.SaveAs_visible_JPG(path.c_str()), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Can't write image\n\n");
+  EXPECT_EQ(CRastelo().SaveAs_visible_JPG(path.c_str()), 0);
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+// Gray conversion, quarter turns, blocks and projections.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <set>
+
+#include "tests/object_probe.h"
+
+namespace {
+
+using Place = std::pair<std::int64_t, std::int64_t>;  // column, row
+/// `target` with each pixel of `source` put to `place(x, y)`; those that fall outside are left out.
+LiteralImage Scatter(LiteralImage source, LiteralImage target, auto place) {
+  const int bytes = source.pixelBytes;
+  for (int i = 0; i < source.width * source.height; ++i) {
+    const int x = i % source.width, y = i / source.width;
+    const auto [column, row] = place(x, y);
+    if (column < 0 || column >= target.width || row < 0 || row >= target.height) continue;
+    std::copy_n(source.Pixels().Row(y) + x * bytes, bytes,
+                target.Pixels().Row(static_cast<std::int32_t>(row)) + column * bytes);
+  }
+  return target;
+}
+
+/// The image with 0 behind each row, as one in new memory has it.
+LiteralImage ZeroTails(const LiteralImage& image) {
+  LiteralImage zero = image;
+  zero.bytes.assign(zero.bytes.size(), 0);
+  return Scatter(image, zero, [](int x, int y) { return Place{x, y}; });
+}
+
+TEST(RGBImg2Gray, WeighsTheColours) {
+  const std::set<int> lowered = {23,  46,  57,  59,  92,  114, 118, 127,
+                                 184, 205, 223, 228, 236, 241, 249, 254};
+  for (int v = 0; v < 256; ++v) {
+    const auto level = std::uint8_t(v), gray = std::uint8_t(level - lowered.count(v));
+    const LiteralImage bgr({{level, level, level, 10, 20, 30}, {0, 255, 0, 0, 0, 255}}, 3);
+    CRastelo object = ObjectWith(bgr), other = object;
+    auto expected = rastelo::ObjectProbe::Of(object);
+    expected.bitCount = 8;
+    expected.pitch = 4;
+    expected.pixels = {gray, 21, 0, 0, 149, 76, 0, 0};
+    EXPECT_TRUE(object.RGBImg2Gray());
+    EXPECT_FALSE(object.RGBImg2Gray()) << "is gray";
+    EXPECT_EQ(rastelo::ObjectProbe::Of(object), expected) << v;
+    EXPECT_EQ(ImageOf(other), bgr) << "a copy keeps its colours";
+  }
+}
+
+TEST(RotateImage, TurnsEveryPixel) {
+  CRastelo object = ObjectWith({{1, 2, 3}, {4, 5, 6}}), other = object;
+  object.RotateImage_Dir(1);
+  EXPECT_EQ(ImageOf(object), ZeroTails({{4, 1}, {5, 2}, {6, 3}}));
+  object.RotateImage_Dir(0);
+  EXPECT_EQ(ImageOf(object), ZeroTails({{1, 2, 3}, {4, 5, 6}})) << "and back";
+
+  for (int i = 0; i < 2 * 82; ++i) {
+    const int w = i < 2 ? 67 : i / 2 % 9 + 1, h = i < 2 ? 45 : (i - 2) / 18 + 1;
+    const LiteralImage image = Noise(w, h, i % 2 * 2 + 1), black(h, w, image.pixelBytes);
+    for (int direction : {1, 0, 2, -1, INT_MIN}) {
+      object = other = ObjectWith(image);
+      object.RotateImage_Dir(direction);
+      const auto turn = [=](int x, int y) {
+        return direction == 1 ? Place{h - 1 - y, x} : Place{y, w - 1 - x};
+      };
+      EXPECT_EQ(ImageOf(object), ZeroTails(Scatter(image, black, turn))) << direction;
+      EXPECT_EQ(rastelo::ObjectProbe::Of(object).loaded, image.bytes);
+      EXPECT_EQ(ImageOf(other), image) << "a copy stays";
+    }
+  }
+}
+
+TEST(ImgBlock, IsCopiedOrKeptAsFarAsItLiesInside) {
+  const std::int64_t values[] = {INT_MIN, -4, -1, 0, 1, 2, 3, 6, INT_MAX};
+  for (int i = 0; i < 2 * 9 * 9 * 9 * 9; ++i) {
+    const auto x = values[i / 2 % 9], y = values[i / 18 % 9];
+    const int w = int(values[i / 162 % 9]), h = int(values[i / 1458]), pixelBytes = i % 2 * 2 + 1;
+    const LiteralImage image = Noise(5, 4, pixelBytes), black(5, 4, pixelBytes);
+    SCOPED_TRACE(testing::Message() << x << ", " << y << ": " << w << " x " << h);
+
+    const bool isSize = w >= 0 && w < INT_MAX && h >= 0 && h < INT_MAX;
+    const LiteralImage before(isSize ? w : 9, isSize ? h : 9, pixelBytes);
+    const auto toBlock = [=](int column, int row) { return Place{column - x, row - y}; };
+    CRastelo object = ObjectWith(image);
+    for (int bits : {INT_MIN, 0, 8, 16, 24, INT_MAX}) {
+      LiteralImage block = before;
+      EXPECT_EQ(object.GetImgBlock(int(x), int(y), w, h, bits, block.bytes.data()), 1);
+      ASSERT_EQ(block,
+                isSize && bits == image.BitCount() ? Scatter(image, before, toBlock) : before);
+    }
+    EXPECT_EQ(object.GetImgBlock(0, 0, 5, 4, image.BitCount(), nullptr), 1);
+
+    EXPECT_EQ(object.ReserveImgBlock(int(x), int(y), w, h), 1);
+    ASSERT_EQ(ImageOf(object), Scatter(image, black, [=](int column, int row) {
+                const int fromTop = 3 - row;
+                const bool stays = column > x && column < x + w && fromTop > y && fromTop < y + h;
+                return stays ? Place{column, row} : Place{-1, -1};
+              }));
+  }
+}
+
+TEST(ImgProjection, SumsAndTracesRowsFromTheTop) {
+  const std::vector<LONG> untouched(4, -1);
+  const std::tuple<LiteralImage, std::vector<LONG>, std::string> cases[] = {
+      {{{7}, {0}, {255}}, {255, 0, 7, -1}, "0: 255\n1: 0\n2: 7\n"},
+      {{{1, 2}, {3, 4}}, {7, 3, -1, -1}, "0: 7\n1: 3\n"},
+      {{{255, 255, 255}}, {765, -1, -1, -1}, "0: 765\n"},
+      {LiteralImage({{1, 2, 3}, {4, 5, 6}}, 3), untouched, ""},
+  };
+  for (const auto& [image, sums, trace] : cases) {
+    std::vector<LONG> result = untouched;
+    CRastelo object = ObjectWith(image);
+    const HookRecorder recorder;
+    EXPECT_EQ(object.ImgProjectionHorizon(nullptr), 1);
+    object.RotateImage_Angle(90);
+    EXPECT_EQ(object.ImgProjectionVertical(result.data()), 1);
+    EXPECT_EQ(object.ImgLocalProjectionHorizon(0, 1, result.data()), 1);
+    EXPECT_EQ(result, untouched);
+    EXPECT_EQ(object.ImgProjectionHorizon(result.data()), 1);
+    EXPECT_EQ(result, sums);
+    EXPECT_EQ(recorder.trace, trace);
+    EXPECT_EQ(ImageOf(object), image) << "read only";
+  }
+}
+
+TEST(Geometry, LeavesOtherDepthsAndEmptyObjectsAsTheyAre) {
+  for (int bits : {0, 16, 32}) {
+    CRastelo object = bits == 0 ? CRastelo() : ObjectWith(Noise(5, 3, bits / 8));
+    auto before = rastelo::ObjectProbe::Of(object);
+    before.hasPixels = true;  // without an image, an empty buffer
+    LiteralImage block = Noise(5, 3, 4);
+    LONG sum = -1;
+    EXPECT_FALSE(object.RGBImg2Gray());
+    EXPECT_EQ(object.GetImgBlock(0, 0, 4, 3, bits, block.bytes.data()), 1);
+    EXPECT_EQ(object.ReserveImgBlock(0, 0, 2, 2), 1);
+    EXPECT_EQ(object.ImgProjectionHorizon(&sum), 1);
+    object.RotateImage_Dir(1);
+    EXPECT_EQ(rastelo::ObjectProbe::Of(object), before) << bits;
+    EXPECT_EQ(block, Noise(5, 3, 4));
+    EXPECT_EQ(sum, -1);
+  }
+}
+
+}  // namespace

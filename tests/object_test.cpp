@@ -1,0 +1,171 @@
+// The object's life: opening by extension, pixels of the host, closing, copies, traces.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "tests/object_probe.h"
+
+using rastelo::ObjectProbe;
+
+namespace {
+
+TEST(Object, StartsEmptyAndClosesAnyNumberOfTimes) {
+  CRastelo object;
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(object.GetWidth(), 0);
+    EXPECT_EQ(object.GetHeight(), 0);
+    EXPECT_FALSE(object.IsOpened());
+    EXPECT_FALSE(object.IsCanTrans2Gray());
+    EXPECT_EQ(object.Close(), 1);
+  }
+  EXPECT_EQ(ObjectProbe::GetImgSize(object), -1);
+}
+
+TEST(Object, RefusesOtherExtensionsWithoutTouchingAnything) {
+  CRastelo object = ObjectWith(Noise(5, 4, 3));
+  const auto before = ObjectProbe::Of(object);
+  const HookRecorder hooks;
+  const std::string folder = TestFolder();
+  for (const char* name :
+       {"a.Jpg", "a.jpeg", "a.png", "a.Bmp", "a", "a.bmp/b", "a.bmp\\b", "", "."}) {
+    EXPECT_EQ(object.OpenImage((folder + name).c_str()), 0) << name;
+    EXPECT_EQ(object.SaveAs((folder + name).c_str()), 0) << name;
+  }
+  EXPECT_EQ(object.OpenImage(nullptr), 0);
+  EXPECT_EQ(object.SaveAs(nullptr), 0);
+  EXPECT_EQ(ObjectProbe::Of(object), before);
+  EXPECT_THAT(hooks.boxes, testing::IsEmpty());
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+TEST(Object, KeepsTheHostsPixelsTailsIncluded) {
+  for (const int pixelBytes : {1, 3}) {
+    for (std::int32_t width = 1; width <= 9; ++width) {
+      const LiteralImage image = Noise(width, 3, pixelBytes);
+      const CRastelo object = ObjectWith(image);
+      const auto state = ObjectProbe::Of(object);
+      EXPECT_EQ(ImageOf(object), image);
+      EXPECT_EQ(state.loaded, image.bytes);
+      EXPECT_EQ(state.pitch, (8 * pixelBytes * width + 31) / 32 * 4);
+      EXPECT_TRUE(state.opened);
+      EXPECT_TRUE(ObjectProbe::IsConsistent(object));
+    }
+  }
+}
+
+TEST(Object, TakesAnImageWithoutPixels) {
+  const unsigned char none = 0;
+  CRastelo object = ObjectWith(Noise(5, 4));
+  object.SetExternalImageBits(&none, 0, 3, 24);
+  EXPECT_TRUE(object.IsOpened());
+  EXPECT_EQ(object.GetHeight(), 3);
+  EXPECT_TRUE(object.RGBImg2Gray());
+  object.RotateImage_Dir(1);
+  EXPECT_EQ(object.GetWidth(), 3);
+  EXPECT_TRUE(ObjectProbe::IsConsistent(object));
+}
+
+TEST(Object, IgnoresPixelsThatAreNoBuffer) {
+  CRastelo object = ObjectWith(Noise(5, 4));
+  const auto before = ObjectProbe::Of(object);
+  const unsigned char one = 1;
+  const struct {
+    const unsigned char* bits;
+    LONG width, height;
+    int bitCount;
+  } cases[] = {{nullptr, 1, 1, 8},
+               {&one, -1, 1, 8},
+               {&one, 1, -1, 8},
+               {&one, 1, 1, -8},
+               {&one, 1 << 20, 1 << 20, 8},
+               {&one, INT32_MAX, 1, 24},
+               {&one, INT32_MAX, INT32_MAX, INT32_MAX}};
+  for (const auto& c : cases) {
+    object.SetExternalImageBits(c.bits, c.width, c.height, c.bitCount);
+    EXPECT_EQ(ObjectProbe::Of(object), before) << c.width << " x " << c.height;
+  }
+}
+
+TEST(Object, LeavesUnknownDepthsAlone) {
+  const HookRecorder hooks;
+  const std::string folder = TestFolder();
+  const std::vector<unsigned char> bits(64, 0x5A);
+  for (const int bitCount : {0, 1, 4, 16, 32}) {
+    CRastelo object;
+    object.SetExternalImageBits(bits.data(), 4, 4, bitCount);
+    const auto before = ObjectProbe::Of(object);
+    EXPECT_FALSE(object.RGBImg2Gray());
+    object.RotateImage_Dir(1);
+    object.ReserveImgBlock(0, 0, 2, 2);
+    LONG sums[4] = {7, 7, 7, 7};
+    object.ImgProjectionHorizon(sums);
+    EXPECT_THAT(sums, testing::Each(7));
+    for (const char* name : {"a.bmp", "a.jpg"})
+      EXPECT_EQ(object.SaveAs((folder + name).c_str()), 0) << name;
+    EXPECT_EQ(object.SaveAs_visible_JPG((folder + "b.jpg").c_str()), 0);
+    EXPECT_EQ(ObjectProbe::Of(object), before) << bitCount;
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+TEST(Object, CloseDropsTheImageAndKeepsTheLoadedSize) {
+  CRastelo object = ObjectWith(Noise(5, 4));
+  object.RotateImage_Dir(1);
+  object.Close();
+  const auto state = ObjectProbe::Of(object);
+  EXPECT_FALSE(state.hasPixels);
+  EXPECT_FALSE(object.IsOpened());
+  EXPECT_EQ(state.loadedWidth, 5);
+  EXPECT_EQ(state.loadedHeight, 4);
+  EXPECT_TRUE(state.loaded.empty());
+}
+
+TEST(Object, CopiesShareTheirPixelsUntilOneTakesOthers) {
+  const LiteralImage image = Noise(5, 4);
+  auto first = std::make_unique<CRastelo>(ObjectWith(image));
+  CRastelo second(*first), third;
+  third.SetExternalImageBits(image.bytes.data(), 2, 2, 8);
+  third = second;
+  third = *&third;
+  first->ReserveImgBlock(0, 0, 0, 0);
+  EXPECT_EQ(ImageOf(third), ImageOf(*first));
+  EXPECT_NE(ImageOf(third), image);
+  second.RotateImage_Dir(1);
+  first->Close();
+  EXPECT_EQ(third.GetWidth(), 5);
+  first.reset();
+  second = CRastelo();
+  EXPECT_TRUE(ObjectProbe::IsConsistent(third));
+  EXPECT_EQ(ObjectProbe::Of(third).loaded, image.bytes);
+}
+
+TEST(Object, TurnsRowsUpsideDown) {
+  CRastelo object;
+  const struct {
+    LiteralImage before, after;
+  } cases[] = {{{{1, 2}}, {{1, 2}}},
+               {{{1, 2}, {3, 4}}, {{3, 4}, {1, 2}}},
+               {{{1}, {2}, {3}}, {{3}, {2}, {1}}},
+               {LiteralImage({{1, 2, 3}, {4, 5, 6}}, 3), LiteralImage({{4, 5, 6}, {1, 2, 3}}, 3)}};
+  for (const auto& c : cases) {
+    LiteralImage image = c.before;
+    ObjectProbe::ReverseBitsY(object, image);
+    EXPECT_EQ(image, c.after);
+  }
+  LiteralImage tails = {{1, 2, 3}, {4, 5, 6}};
+  tails.bytes[3] = 0xAA;
+  ObjectProbe::ReverseBitsY(object, tails);
+  EXPECT_EQ(tails.bytes[7], 0xAA) << "whole rows change places";
+}
+
+TEST(Trace, CutsATextThatIsTooLong) {
+  HookRecorder hooks;
+  DebugTrace("%s-%d\n", "a", 7);
+  EXPECT_EQ(hooks.trace, "a-7\n");
+  hooks.trace.clear();
+  DebugTrace("%600d", 1);
+  EXPECT_EQ(hooks.trace, std::string(511, ' '));
+}
+
+}  // namespace

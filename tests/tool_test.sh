@@ -1,0 +1,108 @@
+#!/usr/bin/env bash
+# The command-line host: what its steps leave, and what it says when something is wrong.
+# tool_test.sh SOURCE RASTELO
+set -euo pipefail
+samples=$1/samples rastelo=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+cp "$samples"/scene.jpg "$samples"/sprite.bmp .
+failures=0
+
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+# says CODE PATTERN ARGUMENT... : ends with CODE; what it prints, on either stream, is one line that
+# matches, or nothing for an empty pattern
+says() {
+  local code=$1 pattern=$2 got=0 output
+  shift 2
+  output=$("$rastelo" "$@" 2>&1) || got=$?
+  [ "$got" -eq "$code" ] || fail "$*: exit code $got, expected $code: $output"
+  [[ $output =~ ^$pattern$ ]] || fail "$*: said '$output', expected '$pattern'"
+}
+run() { says 0 '' run "$@"; }
+size() { says 0 "$2" run --as-is "$1" info; }
+
+run scene.jpg gray rotate=ccw draw=200x100+10-5 screen=screen.bmp save=whole.jpg save-visible=v.jpg
+size screen.bmp '200 x 100 pixels, 24 bits a pixel \(colour\)'
+size whole.jpg '427 x 641 pixels, 8 bits a pixel \(gray\)'
+size v.jpg '200 x 100 pixels, 8 bits a pixel \(gray\)'
+run scene.jpg crop=0,0,50,40 save=crop.bmp
+run scene.jpg keep=600,400,41,27 crop=600,400,41,27 save=corner.bmp
+run scene.jpg crop=600,400,41,27 save=same.bmp
+cmp corner.bmp same.bmp || fail "keep does not keep what crop cuts out"
+run scene.jpg keep=600,400,41,27 crop=599,399,1,1 save=dark.bmp
+[ "$(tail -c 4 dark.bmp | od -An -tu1 | tr -s ' ')" = " 0 0 0 0" ] || fail "keep leaves a pixel beside"
+run --as-is sprite.bmp save=again.bmp
+cmp sprite.bmp again.bmp || fail "--as-is changes a picture"
+run sprite.bmp save=reduced.bmp
+[ "$(tail -c +55 reduced.bmp | od -An -v -w3 -tu1 | sort -u | wc -l)" -eq 2 ] || fail "more than two colours"
+run scene.jpg stretch=64x48 screen=small.jpg
+run scene.jpg gray
+says 0 'row from the top.*' run crop.bmp gray crop=0,0,1,1 rows
+[ "$("$rastelo" run --trace crop.bmp gray rows 2>&1 >/dev/null | wc -l)" -eq 40 ] || fail "trace lines"
+says 0 'rastelo [0-9.]+' --version
+"$rastelo" --help | grep -q -- --as-is || "$rastelo" run --help | grep -q -- --as-is || fail "help"
+"$rastelo" steps | grep -q save-visible || fail "steps"
+
+# Mistakes in the call: exit code 2, before anything is opened or written.
+says 2 "rastelo: there is no step 'sharpen'.*" run scene.jpg save=no.jpg sharpen
+for step in gray=1 rotate rotate=left crop=1,2,3 crop=1,2,3,4,5 crop=0,0,0,1 crop=-1,0,1,1 draw=0x5 \
+  draw=5 draw=5x5+1 draw=5x5x stretch=5x5+1+1 stretch=99999x1 save=a.png screen=a save-visible= save=; do
+  says 2 "rastelo: step '${step//+/\\+}': expected .*" run scene.jpg save=no.jpg "$step"
+done
+says 2 'rastelo: .*' run scene.jpg
+says 2 'rastelo: .*' run
+says 2 'rastelo: .*'
+says 2 'rastelo: .*' walk scene.jpg
+[ ! -e no.jpg ] || fail "a wrong call writes"
+
+# What cannot be done: exit code 1 and the reason.
+: >empty.bmp
+: >empty.jpg
+echo "a few words" >text.jpg
+head -c 20000 scene.jpg >half.jpg
+head -c 14 sprite.bmp >header.bmp
+head -c 9000 sprite.bmp >cut.bmp
+mkdir folder.jpg
+cp scene.jpg .jpg
+says 1 "rastelo: cannot open 'none.jpg': No such file or directory" run none.jpg info
+says 1 "rastelo: cannot open 'folder.jpg': Is a directory" run folder.jpg info
+says 1 "rastelo: cannot open 'scene.png': its name must end in .*" run scene.png info
+says 1 "rastelo: cannot open '.jpg': the path is too short .*" run .jpg info
+for name in empty.bmp header.bmp cut.bmp; do
+  says 1 "rastelo: cannot open '$name': it is not a complete BMP file .*" run "$name" info
+done
+for name in empty.jpg text.jpg; do
+  says 1 "rastelo: cannot open '$name': it is not a JPEG file" run "$name" info
+done
+says 1 "rastelo: cannot open 'half.jpg': its picture data is damaged.*" run half.jpg info
+says 1 "rastelo: step 'rows': .*put gray before it" run scene.jpg rows
+says 1 "rastelo: step 'crop=640,0,2,1': .*641 x 427 pixels" run scene.jpg crop=640,0,2,1
+says 1 ".*put draw or stretch before it" run scene.jpg screen=no.jpg
+says 1 ".*put draw before it" run scene.jpg stretch=5x5 save-visible=no.jpg
+says 1 ".*cannot write 'none/a.jpg': No such file or directory" run scene.jpg save=none/a.jpg
+says 1 ".*cannot write 'folder.jpg': it is a folder" run scene.jpg save=folder.jpg
+ln -s /dev/full full.bmp
+ln -s /dev/full full.jpg
+says 1 ".*cannot write 'full.bmp': No space left on device" run scene.jpg save=full.bmp
+says 1 "Can't write image"$'\n\n'".*cannot write 'full.jpg': No space left on device" run scene.jpg save=full.jpg
+
+# A save that fails keeps the old picture and leaves nothing beside it.
+cp scene.jpg kept.bmp
+(
+  ulimit -f 8
+  trap '' XFSZ
+  says 1 ".*cannot write 'kept.bmp': File too large" run scene.jpg save=kept.bmp
+  exit $failures
+) || failures=$((failures + 1))
+cmp scene.jpg kept.bmp || fail "a failed save loses the old picture"
+[ -z "$(find . -name '.rastelo-*')" ] || fail "something is left behind: $(find . -name '.rastelo-*')"
+chmod 640 kept.bmp
+ln -s kept.bmp link.bmp
+run scene.jpg save=link.bmp
+[ -L link.bmp ] && [ "$(stat -c %a kept.bmp)" = 640 ] || fail "a save through a link"
+
+[ $failures -eq 0 ] && echo "all as expected"
