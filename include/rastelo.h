@@ -191,7 +191,7 @@ RASTELO_API BITMAPINFO* BuildBitmapInfo(LONG width, LONG height, unsigned short 
 
 /// The number of colour-table entries that the bitmap header at `header` announces: `biClrUsed` of
 /// a 40-byte header if it is not 0, else 2, 16 or 256 for 1, 4 or 8 bits a pixel and 0 for others.
-/// At least 40 bytes must be readable, or 12 if the header's own length says so.
+/// At least 40 bytes must be readable, or 12 if the header's own length says so; null gives 0.
 RASTELO_API DWORD GetPaletteSize(const unsigned char* header);
 
 /// Sends a text, formatted as by printf and cut at 511 bytes, to the platform's debug output.
