@@ -142,13 +142,15 @@ int MemoryDeviceContext::SetDIBitsToDevice(int x, int y, DWORD width, DWORD heig
       Intersect(Intersect({x, x + w}, {0, width_}), {shiftX, shiftX + source.pixels.width});
   const Span rows = Intersect(Intersect({y, y + h}, {0, height_}),
                               {top - present.end + 1, top - present.first + 1});
+  const auto lineCount = static_cast<int>(present.end - present.first);
+  if (columns.first >= columns.end) return lineCount;
   for (std::int64_t row = rows.first; row < rows.end; ++row) {
     const auto line = static_cast<std::int32_t>(top - row - present.first);
     unsigned char* to = surface_.data() + (row * width_ + columns.first) * 4;
     for (std::int64_t column = columns.first; column < columns.end; ++column, to += 4)
       source.Load(static_cast<std::int32_t>(column - shiftX), line, to);
   }
-  return static_cast<int>(present.end - present.first);
+  return lineCount;
 }
 
 int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int sourceX,
@@ -168,6 +170,7 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
   const Span columns = Intersect(across.Target(), {0, width_});
   const Span rows = Intersect(down.Target(), {0, height_});
   const Span upsideDown = down.Target();
+  if (columns.first >= columns.end) return source.pixels.height;
   for (std::int64_t row = rows.first; row < rows.end; ++row) {
     const Span from = Intersect(sourceSpan(down, upsideDown.first + upsideDown.end - 1 - row),
                                 {0, source.pixels.height});
