@@ -1,0 +1,92 @@
+#include "histogram/gray_map.h"
+
+#include <cmath>
+#include <numeric>
+
+namespace rastelo {
+namespace {
+
+/// Which levels a lifted map spans, and which of them tell what a spike is.
+struct LiftRange {
+  std::size_t first, last;  // mapped, both included
+  std::size_t judgedEnd;    // judged are [first, judgedEnd)
+  std::int64_t meanDivisor;
+};
+
+/// `total` is the number of pixels at the mapped levels, above 0.
+void FillLiftedMap(LevelCounts counts, const LiftRange& range, std::int64_t total, GrayMap& map) {
+  const auto span = static_cast<std::int64_t>(range.last - range.first);
+  const auto mean = static_cast<double>(total / range.meanDivisor);
+  double squares = 0.0;
+  std::int64_t aboveMean = 0;
+  for (std::size_t i = range.first; i < range.judgedEnd; ++i) {
+    const double distance = counts[i] - mean;
+    squares += distance * distance;
+    if (counts[i] > mean) aboveMean += counts[i];
+  }
+  const double deviation = std::sqrt(squares / static_cast<double>(span));
+  const auto spikeLimit = static_cast<std::int64_t>(2.0 * deviation + mean);
+  const auto liftFactor = static_cast<double>(span * aboveMean / total);
+
+  std::int64_t cumulated = 0;
+  for (std::size_t i = range.first; i <= range.last; ++i) {
+    cumulated += counts[i];
+    const std::int64_t lift =
+        counts[i] > spikeLimit
+            ? 0
+            : static_cast<std::int64_t>(counts[i] * liftFactor / static_cast<double>(total));
+    map[i] = static_cast<std::uint8_t>(span * cumulated / total +
+                                       static_cast<std::int64_t>(range.first) + lift);
+  }
+}
+
+std::int64_t CountPixels(LevelCounts counts, std::size_t first, std::size_t last) {
+  return std::accumulate(counts.begin() + static_cast<std::ptrdiff_t>(first),
+                         counts.begin() + static_cast<std::ptrdiff_t>(last) + 1, std::int64_t{0});
+}
+
+}  // namespace
+
+GrayMap MakeCumulativeMap(LevelCounts counts) {
+  const std::int64_t total = CountPixels(counts, 0, 255);
+  GrayMap map;
+  std::int64_t cumulated = 0;
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    cumulated += counts[i];
+    map[i] = static_cast<std::uint8_t>(255 * cumulated / total);
+  }
+  return map;
+}
+
+void FillSegmentMap(LevelCounts counts, int first, int last, GrayMap& map) {
+  const auto from = static_cast<std::size_t>(first), to = static_cast<std::size_t>(last);
+  const std::int64_t total = CountPixels(counts, from, to);
+  if (first == last || total == 0) {
+    map[from] = static_cast<std::uint8_t>(first);
+    return;
+  }
+  FillLiftedMap(counts, {from, to, to, last - first}, total, map);
+}
+
+GrayMap MakeLiftedMap(LevelCounts counts) {
+  GrayMap map;
+  FillLiftedMap(counts, {0, 255, 256, 256}, CountPixels(counts, 0, 255), map);
+  return map;
+}
+
+void ApplyMap(ImageView gray, const GrayMap& map) {
+  for (std::int32_t y = 0; y < gray.height; ++y) {
+    std::uint8_t* row = gray.Row(y);
+    for (std::int32_t x = 0; x < gray.width; ++x) row[x] = map[row[x]];
+  }
+}
+
+void ApplyPlaneMaps(ImageView bgr, const std::array<GrayMap, 3>& maps) {
+  for (std::int32_t y = 0; y < bgr.height; ++y) {
+    std::uint8_t* pixel = bgr.Row(y);
+    for (std::int32_t x = 0; x < bgr.width; ++x, pixel += 3)
+      for (std::size_t plane = 0; plane < 3; ++plane) pixel[plane] = maps[plane][pixel[plane]];
+  }
+}
+
+}  // namespace rastelo

@@ -1,0 +1,13 @@
+#ifndef RASTELO_PLATFORM_CLOCK_H
+#define RASTELO_PLATFORM_CLOCK_H
+
+#include <cstdint>
+
+namespace rastelo::platform {
+
+/// Milliseconds since some fixed moment; wraps to 0 after 49.7 days. Cannot fail.
+std::uint32_t TickCount();
+
+}  // namespace rastelo::platform
+
+#endif  // RASTELO_PLATFORM_CLOCK_H
