@@ -1,0 +1,5 @@
+// Pixel filters.
+#include "filter/invert.h"
+#include "rastelo.h"
+
+void CRastelo::InverseGray() { rastelo::InvertBytes(RowBytes()); }

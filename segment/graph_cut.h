@@ -1,0 +1,28 @@
+#ifndef RASTELO_SEGMENT_GRAPH_CUT_H
+#define RASTELO_SEGMENT_GRAPH_CUT_H
+
+#include <array>
+
+#include "image/image_view.h"
+
+namespace rastelo {
+
+/// How strongly each level is joined to each other one: 256 x 256 sums, half a megabyte.
+using AffinityTable = std::array<std::array<double, 256>, 256>;
+
+/// Sums up, over all pixels of an 8-bit image and their up to 8 neighbours,
+///     affinity[c][n] += exp(-((dx^2 + dy^2) / 4 + (n - c)^2 / 625)),
+/// c being the level of the pixel and n that of its neighbour at (dx, dy): pixels row by row, the
+/// neighbours of each row by row (weights after Shi and Malik 2000, gathered by level after Tao,
+/// Jin and Liu 2007). What a level has to do with itself is then forgotten, but for level 255.
+void SumAffinities(ConstImageView gray, AffinityTable& affinity);
+
+/// The threshold with the smallest normalised cut, cut / (cut + B) + cut / (cut + A), between the
+/// levels up to it and those from it on. A and B sum the affinities within either side, each pair
+/// of levels once; both must be above 0. Sums run with levels ascending, the first level outside.
+/// @return the lowest such level, 0 if there is none.
+int FindGraphCutThreshold(const AffinityTable& affinity);
+
+}  // namespace rastelo
+
+#endif  // RASTELO_SEGMENT_GRAPH_CUT_H

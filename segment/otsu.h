@@ -1,0 +1,19 @@
+#ifndef RASTELO_SEGMENT_OTSU_H
+#define RASTELO_SEGMENT_OTSU_H
+
+#include <optional>
+
+#include "histogram/histogram.h"
+
+namespace rastelo {
+
+/// The threshold between the levels `low` and `high` with the largest variance between the class
+/// below it and the class from it on (Otsu 1979). Shares are counts / `total`; a class with a share
+/// below 0.01 does not qualify. Among equals the lowest level wins.
+/// @return a level above `low`, or nothing if no threshold qualifies. Needs
+/// 0 <= low <= high <= 255.
+std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high, std::int64_t total);
+
+}  // namespace rastelo
+
+#endif  // RASTELO_SEGMENT_OTSU_H
