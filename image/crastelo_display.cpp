@@ -61,7 +61,7 @@ int CRastelo::DrawImage(HDC hdc, RECT* rc, int dx, int dy, unsigned char* bits) 
 
 int CRastelo::DrawImage(HDC hdc, RECT* rc, bool stretch) {
   if (!stretch) return DrawImage(hdc, rc, 0, 0, nullptr);
-  if (!rc || !m_pImgBits || m_lWidth == 0 || m_lHeight == 0) return 0;
+  if (!rc || !HasPixels()) return 0;
   BITMAPINFO* info = BuildBitmapInfo(m_lWidth, m_lHeight, static_cast<WORD>(m_nBitCount));
   return rastelo::platform::StretchDIBits(hdc, rc->left, rc->top, Width(*rc), Height(*rc), 0, 0,
                                           m_lWidth, m_lHeight, m_pImgBits.get(), info,

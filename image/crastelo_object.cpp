@@ -68,6 +68,13 @@ rastelo::ConstImageView CRastelo::ConstPixels() const {
   return {m_pImgBits.get(), m_lWidth, m_lHeight, m_lLineBytes};
 }
 
+/// The first `m_lWidth` bytes of each row, whichever of the known depths it has.
+rastelo::ImageView CRastelo::RowBytes() {
+  return HasKnownDepth() ? Pixels() : rastelo::ImageView();
+}
+
+bool CRastelo::HasPixels() const { return m_pImgBits && m_lWidth > 0 && m_lHeight > 0; }
+
 bool CRastelo::HasKnownDepth() const { return rastelo::IsKnownDepth(m_nBitCount); }
 
 bool CRastelo::HasImageToSave() const { return m_pImgBits && HasKnownDepth(); }

@@ -147,6 +147,56 @@ class RASTELO_API CRastelo {
   /// Does nothing. @return 1.
   int ImgLocalProjectionHorizon(LONG first, LONG last, LONG* sums);
 
+  /// Counts how many pixels show each of the 256 levels: of an 8-bit image in `first`, of the blue,
+  /// green and red of a 24-bit one in `first`, `second`, `third`. Each has 256 entries, all of
+  /// which are written; what is not counted is 0. Nothing happens if one of them is null.
+  void HistogramStatic(LONG* const first, LONG* const second, LONG* const third);
+
+  /// Equalises the histogram in place. With N pixels, C(i) of them at level i and below, a level of
+  /// a 24-bit image becomes trunc(255 * C(i) / N) in each plane on its own. A level of an 8-bit
+  /// image becomes the same plus a lift, cut to its low byte: trunc(count(i) * K / N) for levels
+  /// that are no spikes, that is, not above the mean count by more than twice its standard
+  /// deviation, with K = trunc(255 * A / N) and A the pixels at levels of more than the mean count.
+  /// The mean is trunc(N / 255), and level 255 takes no part in deviation and A.
+  void HistogramEqualization();
+
+  /// The same with a mean of trunc(N / 256) and all 256 levels in deviation and A.
+  void HistogramEqualization1();
+
+  /// Equalises an 8-bit image within each of three ranges of levels, as HistogramEqualization does
+  /// within one. Two thresholds part them, those with the smallest variance within the three
+  /// classes (Otsu 1979). An image with fewer than two levels below 255, or of 24 bits, stays.
+  void HistogramEqualization2();
+
+  /// Equalises an 8-bit image within each of two ranges of levels, parted by the threshold that
+  /// Segment_Graphcut uses. A 24-bit image stays.
+  void HistogramEqualization3();
+
+  /// Blackens the dark part of an 8-bit image, pass by pass: pixels below the threshold with the
+  /// largest variance between the classes (Otsu 1979) become 0, then the levels from it on are
+  /// searched. Ends when the mean gray has changed by less than 10, or risen, from one pass to the
+  /// next, and after ten passes. Traces the mean gray of each pass and the duration. A 24-bit image
+  /// stays.
+  void Segment_Otsu();
+
+  /// Whitens the dark part of an 8-bit image and complements the rest. Pass by pass, pixels below
+  /// the threshold with the smallest normalised cut between levels that neighbouring pixels show
+  /// (Shi and Malik 2000) are cleared; it ends as Segment_Otsu does, or when the mean gray is below
+  /// 8. Then every byte becomes 255 minus itself. Traces means, thresholds and the duration. Of a
+  /// 24-bit image, only the first GetWidth() bytes of each row are complemented.
+  void Segment_Graphcut();
+
+  /// Makes an image of two levels: dark pixels become 255, bright ones 0. The threshold, among the
+  /// complemented pixels, is the level whose pixels exceed the 2 * radius x 2 * radius pixels
+  /// around them by most in sum, modulo 2^32; the cost does not grow with `radius`. Traces the 256
+  /// sums. A 24-bit image is searched as if its rows held GetWidth() gray bytes and then becomes an
+  /// 8-bit one. Nothing happens for a negative `radius`.
+  void Segment_NDHM(int radius);
+
+  /// Replaces each of the first GetWidth() bytes of each row by 255 minus itself: the complement of
+  /// an 8-bit image, the left third of a 24-bit one.
+  void InverseGray();
+
  private:
   int OpenBmpImg(const char* path);
   int OpenJpgImg(const char* path);
@@ -155,6 +205,17 @@ class RASTELO_API CRastelo {
   int SaveAs_JPG(const char* path);
   void ReverseBitsY(LONG width, LONG height, int bitCount, unsigned char* bits);
   LONG GetImgSize(const char* path);
+  void HistogramEqualization_8(LONG* const counts);
+  void HistogramEqualization_24(LONG* const blue, LONG* const green, LONG* const red);
+  void HistogramEqualization_8_1(LONG* const counts);
+  void HistogramEqualization_8_2(LONG* const counts);
+  void HistogramEqualization_8_3(LONG* const counts);
+  void InitHistogramEqGrayMap(LONG* const counts, int first, int last, unsigned char* map);
+  void SearchOptimalThreshold_Otsu(int low, int high, int* result);
+  void SearchOptimalThreshold_Otsu(int* result);
+  int GetImgAvgGray(int* average);
+  void SearchOptimalThreshold_GraphCut(int* result);
+  void SearchOptimalThreshold_NDHM(int radius, int* result);
 
   char m_szFileName[260] = {};  // of the last JPEG file found; cut at 259 characters
   std::shared_ptr<unsigned char[]> m_pImgBits;
@@ -178,6 +239,8 @@ class RASTELO_API CRastelo {
   friend struct rastelo::ObjectProbe;
   rastelo::View<unsigned char> Pixels();
   rastelo::View<const unsigned char> ConstPixels() const;
+  rastelo::View<unsigned char> RowBytes();
+  bool HasPixels() const;
   bool HasKnownDepth() const;
   bool HasImageToSave() const;
   void Adopt(const rastelo::PixelStore& store) noexcept;
