@@ -2,7 +2,7 @@
 # The command-line host: what its steps leave, and what it says when something is wrong.
 # tool_test.sh SOURCE RASTELO
 set -euo pipefail
-samples=$1/samples rastelo=$2
+samples=$(realpath "$1")/samples rastelo=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -20,6 +20,8 @@ says() {
   shift 2
   output=$("$rastelo" "$@" 2>&1) || got=$?
   [ "$got" -eq "$code" ] || fail "$*: exit code $got, expected $code: $output"
+  [ "$code" -eq 0 ] || [[ $pattern$output != *$'\n'* ]] || [[ $pattern == *$'\n'* ]] ||
+    fail "$*: says more than a line: $output"
   [[ $output =~ ^$pattern$ ]] || fail "$*: said '$output', expected '$pattern'"
 }
 run() { says 0 '' run "$@"; }
@@ -43,6 +45,23 @@ run scene.jpg stretch=64x48 screen=small.jpg
 run scene.jpg gray
 says 0 'row from the top.*' run crop.bmp gray crop=0,0,1,1 rows
 [ "$("$rastelo" run --trace crop.bmp gray rows 2>&1 >/dev/null | wc -l)" -eq 40 ] || fail "trace lines"
+for step in equalize equalize=1; do run crop.bmp "$step"; done
+for step in equalize=2 equalize=3 otsu graph-cut ndhm=2; do
+  run crop.bmp gray "$step"
+  says 1 "rastelo: step '$step': .*put gray before it" run --as-is crop.bmp "$step"
+done
+run scene.jpg gray save=gray.bmp
+says 0 'otsu threshold: [0-9]+'$'\n''graph-cut threshold: [0-9]+' run gray.bmp threshold=otsu threshold=graph-cut
+says 0 'otsu threshold: none parts this picture' run gray.bmp ndhm=0 threshold=otsu
+says 0 'graph-cut threshold: [0-9]+' run gray.bmp threshold=graph-cut histogram=plot.jpg save=after.bmp
+cmp gray.bmp after.bmp || fail "a threshold changes the picture"
+says 0 'level.pixels.*' run gray.bmp histogram
+[ "$("$rastelo" run gray.bmp histogram | awk '{ s += $2 } END { print NR, s }')" = "257 273707" ] || fail "counts"
+says 0 'level.blue.green.red.*' run scene.jpg histogram histogram=colours.bmp
+size colours.bmp '760 x 430 pixels, 24 bits a pixel \(colour\)'
+says 0 '' sheet sheet.jpg scene.jpg gray.bmp --try 'gray otsu' --try equalize
+says 2 'rastelo: .*' sheet sheet.jpg scene.jpg --try 'gray sharpen'
+says 2 'rastelo: .*' sheet sheet.png scene.jpg
 says 0 'rastelo [0-9.]+' --version
 "$rastelo" --help | grep -q -- --as-is || "$rastelo" run --help | grep -q -- --as-is || fail "help"
 "$rastelo" steps | grep -q save-visible || fail "steps"
@@ -50,7 +69,8 @@ says 0 'rastelo [0-9.]+' --version
 # Mistakes in the call: exit code 2, before anything is opened or written.
 says 2 "rastelo: there is no step 'sharpen'.*" run scene.jpg save=no.jpg sharpen
 for step in gray=1 rotate rotate=left crop=1,2,3 crop=1,2,3,4,5 crop=0,0,0,1 crop=-1,0,1,1 draw=0x5 \
-  draw=5 draw=5x5+1 draw=5x5x stretch=5x5+1+1 stretch=99999x1 save=a.png screen=a save-visible= save=; do
+  draw=5 draw=5x5+1 draw=5x5x stretch=5x5+1+1 stretch=99999x1 save=a.png screen=a save-visible= save= \
+  equalize=4 equalize= otsu=1 ndhm ndhm=-1 ndhm=x threshold=mean histogram=a.png; do
   says 2 "rastelo: step '${step//+/\\+}': expected .*" run scene.jpg save=no.jpg "$step"
 done
 says 2 'rastelo: .*' run scene.jpg

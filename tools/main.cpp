@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/contact_sheet.h"
 #include "tools/error.h"
 #include "tools/picture_file.h"
 #include "tools/steps.h"
@@ -23,6 +24,8 @@ struct Request {
   std::string picture;
   std::vector<std::string> steps;
   bool asIs = false, trace = false;
+  std::string sheet;
+  std::vector<std::string> pictures, trials;
 };
 
 void PrintSteps() {
@@ -33,14 +36,43 @@ void PrintSteps() {
   }
 }
 
-void Run(const Request& request) {
+std::vector<Action> ParseSteps(const std::vector<std::string>& steps) {
   std::vector<Action> actions;
-  for (const std::string& step : request.steps) actions.push_back(ParseStep(step));
+  for (const std::string& step : steps) actions.push_back(ParseStep(step));
+  return actions;
+}
+
+CRastelo RunSteps(const std::string& picture, bool asIs, const std::vector<Action>& actions) {
+  Session session;
+  OpenPicture(session.image, picture, asIs);
+  for (const Action& action : actions) action(session);
+  return session.image;
+}
+
+void Run(const Request& request) {
+  const std::vector<Action> actions = ParseSteps(request.steps);
   if (request.trace)
     rastelo::SetDebugOutputHook([](const char* text) { std::fputs(text, stderr); });
-  Session session;
-  OpenPicture(session.image, request.picture, request.asIs);
-  for (const Action& action : actions) action(session);
+  RunSteps(request.picture, request.asIs, actions);
+}
+
+/// A row for each picture: as it is, then after each trial.
+void MakeSheet(const Request& request) {
+  if (!HasPictureExtension(request.sheet))
+    throw UsageError("SHEET: expected a file name that ends in .bmp, .BMP, .jpg or .JPG");
+  std::vector<std::vector<Action>> trials;
+  for (const std::string& trial : request.trials)
+    trials.push_back(ParseSteps(CLI::detail::split(trial, ' ')));
+  std::vector<std::vector<Tile>> rows;
+  for (const std::string& picture : request.pictures) {
+    const std::string name = picture.substr(picture.find_last_of("/\\") + 1);
+    std::vector<Tile>& row = rows.emplace_back();
+    row.push_back({name, RunSteps(picture, request.asIs, {})});
+    for (std::size_t i = 0; i < trials.size(); ++i)
+      row.push_back({request.trials[i], RunSteps(picture, request.asIs, trials[i])});
+  }
+  CRastelo sheet = MakeContactSheet(rows);
+  SavePicture(request.sheet, [&](const char* path) { return sheet.SaveAs(path); });
 }
 
 int Fail(int code, std::string message) {
@@ -67,12 +99,23 @@ int main(int argc, char** argv) {
   run->add_flag("--as-is", request.asIs,
                 "Bring a BMP file's pixels in without reducing its colours");
   run->add_flag("--trace", request.trace, "Show the library's trace lines on standard error");
+  CLI::App* sheet =
+      app.add_subcommand("sheet", "Put small pictures side by side: each as it is and after steps");
+  sheet->footer(
+      "Example: rastelo sheet tries.jpg photo.jpg page.jpg --try \"gray otsu\" --try gray");
+  sheet->add_option("SHEET", request.sheet, "The file to write")->required();
+  sheet->add_option("PICTURE", request.pictures, "A row for each")->required();
+  sheet->add_option("--try", request.trials, "Steps, with blanks between them; a column for each")
+      ->allow_extra_args(false);
+  sheet->add_flag("--as-is", request.asIs,
+                  "Bring a BMP file's pixels in without reducing its colours");
   CLI::App* steps = app.add_subcommand("steps", "List the steps");
 
   try {
     app.parse(argc, argv);
     if (*steps) PrintSteps();
     if (*run) Run(request);
+    if (*sheet) MakeSheet(request);
     if (std::fflush(stdout) != 0) throw OperationError("standard output cannot be written");
     return 0;
   } catch (const CLI::ParseError& error) {

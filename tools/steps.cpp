@@ -1,12 +1,18 @@
 #include "tools/steps.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <memory>
 #include <vector>
 
-#include "image/image_view.h"
+#include "histogram/histogram.h"
+#include "image/pixel_store.h"
+#include "segment/graph_cut.h"
+#include "segment/otsu.h"
 #include "tools/error.h"
 #include "tools/picture_file.h"
+#include "tools/screen.h"
 
 namespace rastelo::tools {
 namespace {
@@ -42,6 +48,10 @@ class NumberReader {
 };
 
 int BitCount(const CRastelo& image) { return image.IsCanTrans2Gray() ? 24 : 8; }
+
+void RequireGray(const CRastelo& image) {
+  if (image.IsCanTrans2Gray()) throw OperationError("it needs a gray picture; put gray before it");
+}
 
 Action ParseInfo(const std::string&) {
   return [](Session& session) {
@@ -102,8 +112,7 @@ Action ParseKeep(const std::string& argument) {
 
 Action ParseRows(const std::string&) {
   return [](Session& session) {
-    if (session.image.IsCanTrans2Gray())
-      throw OperationError("sums are made of a gray picture; put gray before it");
+    RequireGray(session.image);
     std::vector<LONG> sums(static_cast<std::size_t>(session.image.GetHeight()));
     session.image.ImgProjectionHorizon(sums.data());
     std::puts("row from the top\tsum of its gray levels");
@@ -148,28 +157,119 @@ Action ParseStretch(const std::string& argument) {
   };
 }
 
-/// What a screen shows, as a picture of 24 bits a pixel.
-CRastelo PictureOf(MemoryDeviceContext& screen) {
-  const int width = screen.Width(), height = screen.Height();
-  const auto pitch = static_cast<std::size_t>(Pitch(width, 24));
-  std::vector<unsigned char> bits(pitch * static_cast<std::size_t>(height));
-  for (int y = 0; y < height; ++y) {
-    unsigned char* to = bits.data() + pitch * static_cast<std::size_t>(height - 1 - y);
-    for (int x = 0; x < width; ++x, to += 3) {
-      const unsigned char* from = screen.Pixel(x, y);
-      to[0] = from[0];
-      to[1] = from[1];
-      to[2] = from[2];
-    }
-  }
-  CRastelo picture;
-  picture.SetExternalImageBits(bits.data(), width, height, 24);
-  return picture;
-}
-
 void RequirePictureName(const std::string& path) {
   if (!HasPictureExtension(path))
     throw UsageError("expected a file name that ends in .bmp, .BMP, .jpg or .JPG");
+}
+
+struct LevelTables {
+  LONG planes[3][256];
+};
+
+LevelTables CountLevels(CRastelo& image) {
+  LevelTables tables;
+  image.HistogramStatic(tables.planes[0], tables.planes[1], tables.planes[2]);
+  return tables;
+}
+
+Action ParseHistogram(const std::string& path) {
+  if (path.empty())
+    return [](Session& session) {
+      const LevelTables tables = CountLevels(session.image);
+      const int planes = session.image.IsCanTrans2Gray() ? 3 : 1;
+      std::puts(planes == 3 ? "level\tblue\tgreen\tred" : "level\tpixels");
+      for (int level = 0; level < 256; ++level) {
+        std::printf("%d", level);
+        for (int plane = 0; plane < planes; ++plane)
+          std::printf("\t%d", static_cast<int>(tables.planes[plane][level]));
+        std::puts("");
+      }
+    };
+  RequirePictureName(path);
+  return [path](Session& session) {
+    const LevelTables tables = CountLevels(session.image);
+    HistogramPlot plot;
+    plot.title = std::to_string(session.image.GetWidth()) + " x " +
+                 std::to_string(session.image.GetHeight()) + " pixels";
+    if (session.image.IsCanTrans2Gray()) {
+      plot.curves = {{"blue", {200, 90, 30}, tables.planes[0]},
+                     {"green", {60, 150, 50}, tables.planes[1]},
+                     {"red", {50, 50, 210}, tables.planes[2]}};
+    } else {
+      plot.curves = {{"gray", {90, 75, 65}, tables.planes[0]}};
+    }
+    if (session.threshold) plot.mark = *session.threshold;
+    CRastelo picture = DrawHistogram(plot);
+    SavePicture(path, [&](const char* name) { return picture.SaveAs(name); });
+  };
+}
+
+Action ParseEqualize(const std::string& argument) {
+  void (CRastelo::*equalize)() = nullptr;
+  if (argument.empty()) equalize = &CRastelo::HistogramEqualization;
+  if (argument == "1") equalize = &CRastelo::HistogramEqualization1;
+  if (argument == "2") equalize = &CRastelo::HistogramEqualization2;
+  if (argument == "3") equalize = &CRastelo::HistogramEqualization3;
+  if (!equalize) throw UsageError("expected equalize, or equalize=1, 2 or 3");
+  const bool grayOnly = argument == "2" || argument == "3";
+  return [equalize, grayOnly](Session& session) {
+    if (grayOnly) RequireGray(session.image);
+    (session.image.*equalize)();
+  };
+}
+
+Action ParseOtsu(const std::string&) {
+  return [](Session& session) {
+    RequireGray(session.image);
+    session.image.Segment_Otsu();
+  };
+}
+
+Action ParseGraphCut(const std::string&) {
+  return [](Session& session) {
+    RequireGray(session.image);
+    session.image.Segment_Graphcut();
+  };
+}
+
+Action ParseNdhm(const std::string& argument) {
+  int radius = 0;
+  NumberReader reader(argument);
+  if (!reader.Read(radius) || !reader.AtEnd() || radius < 0)
+    throw UsageError("expected a whole number of pixels, 0 or more");
+  return [radius](Session& session) {
+    RequireGray(session.image);
+    session.image.Segment_NDHM(radius);
+  };
+}
+
+/// The level that parts a gray picture, if there is one.
+std::optional<int> FindThreshold(CRastelo& image, bool graphCut) {
+  if (!graphCut) {
+    const LevelTables tables = CountLevels(image);
+    Histogram counts;
+    std::copy_n(tables.planes[0], counts.size(), counts.begin());
+    return FindOtsuThreshold(counts, 0, 255, std::int64_t{image.GetWidth()} * image.GetHeight());
+  }
+  const PixelStore copy = PixelStore::Zeroed(image.GetWidth(), image.GetHeight(), 8);
+  image.GetImgBlock(0, 0, copy.width, copy.height, 8, copy.bits.get());
+  const auto affinity = std::make_unique<AffinityTable>();
+  SumAffinities(copy.Pixels(), *affinity);
+  const int level = FindGraphCutThreshold(*affinity);
+  return level == 0 ? std::nullopt : std::optional(level);
+}
+
+Action ParseThreshold(const std::string& argument) {
+  if (argument != "otsu" && argument != "graph-cut")
+    throw UsageError("expected threshold=otsu or threshold=graph-cut");
+  return [argument](Session& session) {
+    RequireGray(session.image);
+    const std::optional<int> level = FindThreshold(session.image, argument == "graph-cut");
+    std::printf("%s threshold: %s\n", argument.c_str(),
+                level ? std::to_string(*level).c_str() : "none parts this picture");
+    session.threshold.reset();
+    if (level) session.threshold = PlotMark{argument, *level};
+  };
 }
 
 Action ParseScreen(const std::string& path) {
@@ -190,7 +290,6 @@ Action ParseSave(const std::string& path) {
 }
 
 Action ParseSaveVisible(const std::string& path) {
-  if (path.empty()) throw UsageError("expected a file name");
   return [path](Session& session) {
     if (!session.hasVisibleArea)
       throw OperationError("nothing has been drawn one to one yet; put draw before it");
@@ -205,6 +304,13 @@ constexpr Step kSteps[] = {
     {"crop", "=x,y,w,h", "cut to w x h pixels; x and y count from the top left", ParseCrop},
     {"keep", "=x,y,w,h", "blacken all but w x h pixels; x and y from the top left", ParseKeep},
     {"rows", "", "print the sum of each row of a gray picture, from the top", ParseRows},
+    {"histogram", "[=FILE]", "print how many pixels show each level, or plot it", ParseHistogram},
+    {"equalize", "[=1|2|3]", "equalise the histogram: whole, or in one of three other ways",
+     ParseEqualize},
+    {"threshold", "=otsu|graph-cut", "print the level that parts a gray picture", ParseThreshold},
+    {"otsu", "", "blacken the dark part of a gray picture, pass by pass", ParseOtsu},
+    {"graph-cut", "", "whiten the dark part of a gray picture, complement the rest", ParseGraphCut},
+    {"ndhm", "=R", "make dark details white, the rest black; R pixels around count", ParseNdhm},
     {"draw", "=WxH[+DX+DY]", "draw one to one, centred, panned right by DX and up by DY",
      ParseDraw},
     {"stretch", "=WxH", "draw the whole picture, scaled", ParseStretch},
@@ -223,11 +329,14 @@ Action ParseStep(const std::string& text) {
   const std::string name = text.substr(0, equals);
   for (const Step& step : kSteps) {
     if (step.name != name) continue;
-    const bool wantsArgument = !step.argument.empty();
-    if (wantsArgument != (equals != std::string::npos))
+    const bool hasArgument = equals != std::string::npos;
+    const bool mayHaveArgument = !step.argument.empty();
+    const bool mustHaveArgument = step.argument.starts_with("=");
+    const std::string argument = hasArgument ? text.substr(equals + 1) : std::string();
+    if (hasArgument ? !mayHaveArgument || argument.empty() : mustHaveArgument)
       throw UsageError("step '" + text + "': expected " + name + std::string(step.argument));
     try {
-      const Action action = step.parse(wantsArgument ? text.substr(equals + 1) : std::string());
+      const Action action = step.parse(argument);
       return [text, action](Session& session) {
         try {
           action(session);

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "rastelo.h"
+#include "tools/histogram_plot.h"
 
 namespace rastelo::tools {
 
@@ -15,7 +16,8 @@ namespace rastelo::tools {
 struct Session {
   CRastelo image;
   std::optional<MemoryDeviceContext> screen;
-  bool hasVisibleArea = false;  // a one-to-one draw has been made
+  bool hasVisibleArea = false;        // a one-to-one draw has been made
+  std::optional<PlotMark> threshold;  // the last one searched
 };
 
 /// Carries a step out. Throws an OperationError that says what failed.
@@ -24,7 +26,7 @@ using Action = std::function<void(Session&)>;
 /// One operation as a user writes it: NAME or NAME=ARGUMENT.
 struct Step {
   std::string_view name;
-  std::string_view argument;  // how the argument is written, "=" included; empty without one
+  std::string_view argument;  // how it is written, "=" included, in [] if optional; or empty
   std::string_view help;      // one line
   Action (*parse)(const std::string& argument);  // throws a UsageError that says what is expected
 };

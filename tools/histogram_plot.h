@@ -1,0 +1,39 @@
+#ifndef RASTELO_TOOLS_HISTOGRAM_PLOT_H
+#define RASTELO_TOOLS_HISTOGRAM_PLOT_H
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "rastelo.h"
+
+namespace rastelo::tools {
+
+using Colour = std::array<std::uint8_t, 3>;  // blue, green, red
+
+/// The counts of one plane.
+struct PlotCurve {
+  std::string name;
+  Colour colour;
+  const LONG* counts;  // 256
+};
+
+/// A level with a line of its own.
+struct PlotMark {
+  std::string name;
+  int level = 0;
+};
+
+struct HistogramPlot {
+  std::string title;
+  std::vector<PlotCurve> curves;
+  std::optional<PlotMark> mark;
+};
+
+/// The plot as a picture: levels across, pixels upwards from 0 to a round number.
+CRastelo DrawHistogram(const HistogramPlot& plot);
+
+}  // namespace rastelo::tools
+
+#endif  // RASTELO_TOOLS_HISTOGRAM_PLOT_H
