@@ -2,8 +2,10 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 
+#include "tests/allocations.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
@@ -157,6 +159,61 @@ TEST(Object, TurnsRowsUpsideDown) {
   tails.bytes[3] = 0xAA;
   ObjectProbe::ReverseBitsY(object, tails);
   EXPECT_EQ(tails.bytes[7], 0xAA) << "whole rows change places";
+}
+
+TEST(OutOfMemory, LeavesTheObjectAsItWas) {
+  const std::string folder = TestFolder(), bmp = folder + "a.bmp", jpg = folder + "a.jpg";
+  const LiteralImage image = Noise(40, 30, 3);
+  CRastelo source = ObjectWith(image);
+  ASSERT_EQ(source.SaveAs(bmp.c_str()) + source.SaveAs(jpg.c_str()), 2);
+  const std::function<void(CRastelo&)> operations[] = {
+      [&](CRastelo& object) { object.OpenImage(bmp.c_str()); },
+      [&](CRastelo& object) { object.OpenImage(jpg.c_str()); },
+      [&](CRastelo& object) { object.SaveAs(bmp.c_str()); },
+      [&](CRastelo& object) { object.SetExternalImageBits(image.bytes.data(), 9, 9, 24); },
+      [&](CRastelo& object) { object.RotateImage_Dir(1); },
+      [&](CRastelo& object) { object.RGBImg2Gray(); },
+      [&](CRastelo& object) { object.Segment_Graphcut(); },
+      [&](CRastelo& object) { object.HistogramEqualization3(); },
+      [&](CRastelo& object) { object.Segment_NDHM(2); }};
+  for (const int pixelBytes : {1, 3}) {
+    for (std::size_t i = 0; i < std::size(operations); ++i) {
+      for (long successes = 0; successes < 50; ++successes) {
+        CRastelo object = ObjectWith(Noise(20, 20, pixelBytes));
+        auto before = ObjectProbe::Of(object);
+        bool failed = false;
+        {
+          const allocations::FailAfter fault(successes);
+          try {
+            operations[i](object);
+          } catch (const std::bad_alloc&) {
+            failed = true;
+          }
+        }
+        if (!failed) break;
+        auto after = ObjectProbe::Of(object);
+        before.fileName = after.fileName;
+        EXPECT_EQ(after, before) << "operation " << i << ", allocation " << successes;
+      }
+    }
+  }
+}
+
+TEST(OutOfMemory, IsReportedByTheJpegSaves) {
+  const std::string path = TestFolder() + "a.jpg";
+  CRastelo object = ObjectWith(Noise(20, 20, 3));
+  RECT rc{0, 0, 10, 10};
+  object.DrawImage(nullptr, &rc, 0, 0, nullptr);
+  for (const bool visible : {false, true}) {
+    testing::internal::CaptureStderr();
+    int saved = 0;
+    {
+      const allocations::FailAfter fault(1);
+      saved = visible ? object.SaveAs_visible_JPG(path.c_str()) : object.SaveAs(path.c_str());
+    }
+    EXPECT_EQ(saved, 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error storing JPEG file\n");
+  }
 }
 
 TEST(Trace, CutsATextThatIsTooLong) {

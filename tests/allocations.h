@@ -1,0 +1,18 @@
+#ifndef RASTELO_TESTS_ALLOCATIONS_H
+#define RASTELO_TESTS_ALLOCATIONS_H
+
+/// The test program's own operator new: counts, and fails when it is told to.
+namespace allocations {
+
+/// How many there have been.
+long Count();
+
+/// Lets `successes` more succeed and the one behind them fail, for as long as it lives.
+struct FailAfter {
+  explicit FailAfter(long successes);
+  ~FailAfter();
+};
+
+}  // namespace allocations
+
+#endif  // RASTELO_TESTS_ALLOCATIONS_H
