@@ -1,5 +1,79 @@
-// Pixel filters.
+// Pixel filters, light measures and evening.
+#include <vector>
+
+#include "filter/even_light.h"
 #include "filter/invert.h"
+#include "filter/push.h"
+#include "filter/sobel.h"
+#include "filter/template_operator.h"
+#include "histogram/level_tables.h"
 #include "rastelo.h"
 
+namespace {
+
+constexpr int kAllPixels = 255;  // a limit that no pixel is above
+
+/// Until more than 0.9 of the pixels are above 180, an image is not bright enough.
+constexpr int kBrightLevel = 180;
+constexpr double kBrightShare = 0.9;
+
+}  // namespace
+
+void CRastelo::Img_Sobel() {
+  RGBImg2Gray();
+  rastelo::ApplySobel(RowBytes());
+}
+
+void CRastelo::ImgTemplateOperator(double* const templateValues, int size) {
+  RGBImg2Gray();
+  if (!templateValues || size < 1 || size % 2 == 0) return;
+  rastelo::ApplyTemplate(RowBytes(), templateValues, size);
+}
+
+void CRastelo::ImgTrans2_0_1(int threshold, int clearLow, int raiseHigh) {
+  RGBImg2Gray();
+  rastelo::PushLevels(RowBytes(), threshold, clearLow != 0, raiseHigh != 0);
+}
+
 void CRastelo::InverseGray() { rastelo::InvertBytes(RowBytes()); }
+
+void CRastelo::ImgErosion() {}
+
+bool CRastelo::ImgGray_Exceed_Probability(int gray, double probability) {
+  rastelo::LevelTables t;
+  HistogramStatic(t.first, t.second, t.third);
+  std::int64_t total = 0, above = 0;
+  for (int level = 0; level < 256; ++level) {
+    total += t.first[level];
+    if (level > gray) above += t.first[level];
+  }
+  return static_cast<double>(above) / static_cast<double>(total) > probability;
+}
+
+bool CRastelo::ImgAverageLight(int mode, int /*unused*/) {
+  if (mode == 0) return ImgAverageLight_V(kAllPixels);
+  if (mode != 2) return true;
+  std::vector<rastelo::ColumnLight> columns(static_cast<std::size_t>(RowBytes().width));
+  int passes = 0;
+  bool changed = true;
+  do {
+    ++passes;
+    rastelo::MeasureColumns(RowBytes(), kAllPixels, columns);
+    changed = rastelo::LiftColumns(RowBytes(), columns);
+  } while (changed && !ImgGray_Exceed_Probability(kBrightLevel, kBrightShare));
+  // "Passes of evening by vertical projection: ", in code page 936.
+  DebugTrace("%s%d",
+             "\xB4\xB9\xD6\xB1\xCD\xB6\xD3\xB0\xBE\xF9\xB9\xE2\xB5\xC4\xB4\xCE\xCA\xFD\xCE\xAA\x3A"
+             "\x20",
+             passes);
+  return true;
+}
+
+bool CRastelo::ImgAverageLight_V(int limit) {
+  std::vector<rastelo::ColumnLight> columns(static_cast<std::size_t>(RowBytes().width));
+  rastelo::MeasureColumns(RowBytes(), limit, columns);
+  rastelo::LiftColumns(RowBytes(), columns);
+  return true;
+}
+
+bool CRastelo::ImgAverageLight_H(int /*unused*/) { return true; }

@@ -7,10 +7,17 @@
 #include "image/pixel_store.h"
 #include "rastelo.h"
 
-bool CRastelo::RGBImg2Gray() {
-  if (!m_bOpened || m_nBitCount != 24) return false;
-  const auto gray = rastelo::PixelStore::Zeroed(m_lWidth, m_lHeight, 8);
+/// The gray form of a 24-bit image; without one, a store without memory.
+rastelo::PixelStore CRastelo::GrayCopy() const {
+  if (!m_bOpened || m_nBitCount != 24) return {};
+  auto gray = rastelo::PixelStore::Zeroed(m_lWidth, m_lHeight, 8);
   rastelo::BgrToGray(ConstPixels(), gray.Pixels());
+  return gray;
+}
+
+bool CRastelo::RGBImg2Gray() {
+  const auto gray = GrayCopy();
+  if (!gray.bits) return false;
   Adopt(gray);
   return true;
 }

@@ -126,6 +126,20 @@ class RASTELO_API CRastelo {
   /// Does nothing.
   void RotateImage_Angle(int angle);
 
+  /// Gives the image the size trunc(width * factor + 0.5) by trunc(height * factor + 0.5), sampled
+  /// bilinearly, in single precision, from the pixels as they came in: whatever has changed them
+  /// since is gone, but for the depth. Pixel (0, 0) stays in its place; the last column and row
+  /// lean back on the ones before. Nothing happens for a size that is negative, no number, or more
+  /// than 2^31 - 1 bytes, or when there are no pixels to sample. @return 1.
+  int Zoom_In(double factor);
+
+  /// Zoom_In by `factor` + 1. @return 1.
+  int Zoom_Out(double factor);
+
+  /// Gives the image the size `width` x `height` in the same way. The size that came in brings back
+  /// the pixels that came in. @return 1.
+  int Zoom_Size(LONG width, LONG height);
+
   /// Copies the block of `width` x `height` pixels whose lowest left pixel is column `x`, row `y`
   /// counted from the bottom, to `buffer`, lowest row first, rows ((depth * width + 31) / 32) * 4
   /// bytes apart. Bytes behind each row, and pixels outside the image, are left as they are.
@@ -193,6 +207,68 @@ class RASTELO_API CRastelo {
   /// 8-bit one. Nothing happens for a negative `radius`.
   void Segment_NDHM(int radius);
 
+  /// Transforms the gray image to coefficients (discrete Fourier transform, Cooley and Tukey 1965)
+  /// and draws the map of their magnitudes, |F(u, v)| / 100 up to 255. A 24-bit image turns gray
+  /// first. Of sides that are no powers of two, only the largest such part is transformed; what no
+  /// transform gives is 0. Takes 33 bytes a pixel. @return 1.
+  int FFT();
+
+  /// Transforms the coefficients back and draws what comes out, the low byte of each value,
+  /// truncated, with its quadrants exchanged, as the map: an image of equal sides that are powers
+  /// of two shows again. The coefficients are used up; FFT makes new ones. Nothing happens without
+  /// coefficients of the image's current size. @return 1.
+  int IFFT();
+
+  /// Sets to 0 the coefficients whose magnitude / 100 is above `limit`, all of them if it is no
+  /// number, and draws the map anew, low bytes of what stays. Nothing happens without coefficients
+  /// of the image's current size.
+  void ILPF(double limit);
+
+  /// Copies the map of the last FFT, ILPF or IFFT, GetWidth() x GetHeight() bytes without gaps, to
+  /// `buffer`. The map of magnitudes runs along v: the cell of F(u, v), moved by half a side each
+  /// way, is GetHeight() * u + v. That of IFFT runs along the rows, the lowest first.
+  /// @return 1, or 0 with nothing written: no map of the image's current size, or a null buffer.
+  int GetSpectrum(unsigned char* buffer) const;
+
+  /// Replaces each inner pixel by the length of its gradient, at most 255 (Sobel and Feldman 1968).
+  /// Rows upwards, columns rightwards, each pixel reads what has been written before it. A 24-bit
+  /// image turns gray first; the outer ring stays.
+  void Img_Sobel();
+
+  /// Replaces each pixel by min(255, |sum|) of `size` x `size` products of the pixels around it and
+  /// the entries of a template; the running sum is cut to a whole number at each term, and to its
+  /// low 32 bits. Order and outer pixels as in Img_Sobel, row 0 and column 0 always staying. A
+  /// 24-bit image turns gray first, and nothing else happens for a null template or a size that is
+  /// even or below 1.
+  /// @param templateValues  `size` x `size` numbers, row by row, those of the lowest row first.
+  void ImgTemplateOperator(double* const templateValues, int size);
+
+  /// Sets pixels below `threshold` to 0 if `clearLow` is not 0, the others to 255 if `raiseHigh` is
+  /// not 0. A 24-bit image turns gray first.
+  void ImgTrans2_0_1(int threshold, int clearLow, int raiseHigh);
+
+  /// Does nothing.
+  void ImgErosion();
+
+  /// Whether more than the share `probability` of the pixels is above level `gray`; of a 24-bit
+  /// image, of its blue bytes. False for an image without pixels.
+  bool ImgGray_Exceed_Probability(int gray, double probability);
+
+  /// Evens the light between columns: once for `mode` 0; for `mode` 2 until more than 0.9 of the
+  /// pixels are above 180 or a pass changes nothing, which is traced; not at all for other modes.
+  /// The second argument is not read. @return true.
+  bool ImgAverageLight(int mode, int unused);
+
+  /// Lifts columns that are darker than the bright ones towards them: adds the difference of their
+  /// means, and multiplies by the whole quotient of their deviations where the column's is the
+  /// smaller. Pixels above `limit` are left out of means and deviations, those above 240 as they
+  /// are. Of a 24-bit image, the first GetWidth() bytes of each row count as its columns.
+  /// @return true.
+  bool ImgAverageLight_V(int limit);
+
+  /// Does nothing. @return true.
+  bool ImgAverageLight_H(int unused);
+
   /// Replaces each of the first GetWidth() bytes of each row by 255 minus itself: the complement of
   /// an 8-bit image, the left third of a 24-bit one.
   void InverseGray();
@@ -216,6 +292,12 @@ class RASTELO_API CRastelo {
   int GetImgAvgGray(int* average);
   void SearchOptimalThreshold_GraphCut(int* result);
   void SearchOptimalThreshold_NDHM(int radius, int* result);
+  int Zoom(LONG width, LONG height, const unsigned char* bits, LONG targetWidth, LONG targetHeight,
+           unsigned char* target, int bitCount);
+  void ImgFFT_2D(Complex* first, Complex* second);
+  void ImgIFFT_2D();
+  void FFT_1D(Complex* in, Complex* out, LONG exponent);
+  void IFFT_1D(Complex* in, Complex* out, LONG exponent);
 
   char m_szFileName[260] = {};  // of the last JPEG file found; cut at 259 characters
   std::shared_ptr<unsigned char[]> m_pImgBits;
@@ -243,9 +325,35 @@ class RASTELO_API CRastelo {
   bool HasPixels() const;
   bool HasKnownDepth() const;
   bool HasImageToSave() const;
+  bool HasFrequencies() const;
+  rastelo::PixelStore GrayCopy() const;
+  int ZoomTo(LONG width, LONG height);
   void Adopt(const rastelo::PixelStore& store) noexcept;
   void AdoptLoaded(const rastelo::PixelStore& store, const rastelo::PixelStore& copy) noexcept;
+  void AdoptFrequencies(const std::shared_ptr<Complex[]>& rows,
+                        const std::shared_ptr<Complex[]>& coefs,
+                        const std::shared_ptr<unsigned char[]>& map) noexcept;
   int m_nOrgBitCount = 0;  // depth of m_pOrgBits
+  LONG m_lFreqWidth = 0;   // size that the frequency members were made for
+  LONG m_lFreqHeight = 0;
+};
+
+/// The interface of an undo history over images. It keeps none: every operation returns at once,
+/// and no argument is read.
+class RASTELO_API CImgRevokeOpr {
+ public:
+  CImgRevokeOpr();
+  CImgRevokeOpr(const CImgRevokeOpr& other);
+  CImgRevokeOpr& operator=(const CImgRevokeOpr& other);
+  virtual ~CImgRevokeOpr();
+
+  void AddProcessImg(CRastelo* image);
+  void DelProcessImg(CRastelo* image);
+  void RevokeImgBackward();
+  void RevokeImgForward();
+
+ private:
+  int m_nRevokeState = 0;
 };
 
 /// Fills the bitmap record of the process for rows of `width` pixels, `height` of them, bottom row
