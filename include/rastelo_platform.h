@@ -25,6 +25,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 using BYTE = std::uint8_t;
@@ -127,9 +128,12 @@ class RASTELO_API MemoryDeviceContext : public DeviceContext {
   std::vector<unsigned char> surface_;
 };
 
+/// A text of code page 936 in UTF-8; as it is where the system cannot convert it.
+RASTELO_API std::string Utf8FromCodePage936(const char* text);
+
 /// Receives the text and the caption of a message box, both in code page 936.
 using MessageBoxHook = std::function<void(const char* text, const char* caption)>;
-/// Receives one trace text, its line end included.
+/// Receives one trace text, its line end included where it has one; in code page 936.
 using DebugOutputHook = std::function<void(const char* text)>;
 
 /// Sends message boxes to `hook`; an empty one brings back the default, a line on the standard

@@ -16,7 +16,8 @@ MessageBoxHook& CurrentHook() {
   return hook;
 }
 
-/// The same text in UTF-8; as it is where the system cannot convert it.
+}  // namespace
+
 std::string Utf8FromCodePage936(const char* text) {
   std::string source = text;
   const iconv_t converter = iconv_open("UTF-8", "CP936");
@@ -32,8 +33,6 @@ std::string Utf8FromCodePage936(const char* text) {
   result.resize(result.size() - outLeft);
   return result;
 }
-
-}  // namespace
 
 void SetMessageBoxHook(MessageBoxHook hook) { CurrentHook() = std::move(hook); }
 
