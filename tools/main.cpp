@@ -52,7 +52,10 @@ CRastelo RunSteps(const std::string& picture, bool asIs, const std::vector<Actio
 void Run(const Request& request) {
   const std::vector<Action> actions = ParseSteps(request.steps);
   if (request.trace)
-    rastelo::SetDebugOutputHook([](const char* text) { std::fputs(text, stderr); });
+    rastelo::SetDebugOutputHook([](const char* text) {
+      const std::string line = rastelo::Utf8FromCodePage936(text);
+      std::fprintf(stderr, line.ends_with('\n') ? "%s" : "%s\n", line.c_str());
+    });
   RunSteps(request.picture, request.asIs, actions);
 }
 

@@ -3,9 +3,9 @@
 
 #include <functional>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "rastelo.h"
 #include "tools/histogram_plot.h"
@@ -18,6 +18,7 @@ struct Session {
   std::optional<MemoryDeviceContext> screen;
   bool hasVisibleArea = false;        // a one-to-one draw has been made
   std::optional<PlotMark> threshold;  // the last one searched
+  bool isReconstruction = false;      // the frequency map holds what ifft gave
 };
 
 /// Carries a step out. Throws an OperationError that says what failed.
@@ -31,8 +32,8 @@ struct Step {
   Action (*parse)(const std::string& argument);  // throws a UsageError that says what is expected
 };
 
-/// Every step there is. One entry adds one.
-std::span<const Step> Steps();
+/// Every step there is.
+const std::vector<Step>& Steps();
 
 /// The action of a step as written on the command line, or a UsageError.
 Action ParseStep(const std::string& text);

@@ -1,0 +1,144 @@
+// Steps that count levels, equalise and segment.
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+#include "histogram/histogram.h"
+#include "image/pixel_store.h"
+#include "segment/graph_cut.h"
+#include "segment/otsu.h"
+#include "tools/error.h"
+#include "tools/picture_file.h"
+#include "tools/step_arguments.h"
+#include "tools/step_families.h"
+
+namespace rastelo::tools {
+namespace {
+
+struct LevelTables {
+  LONG planes[3][256];
+};
+
+LevelTables CountLevels(CRastelo& image) {
+  LevelTables tables;
+  image.HistogramStatic(tables.planes[0], tables.planes[1], tables.planes[2]);
+  return tables;
+}
+
+Action ParseHistogram(const std::string& path) {
+  if (path.empty())
+    return [](Session& session) {
+      const LevelTables tables = CountLevels(session.image);
+      const int planes = session.image.IsCanTrans2Gray() ? 3 : 1;
+      std::puts(planes == 3 ? "level\tblue\tgreen\tred" : "level\tpixels");
+      for (int level = 0; level < 256; ++level) {
+        std::printf("%d", level);
+        for (int plane = 0; plane < planes; ++plane)
+          std::printf("\t%d", static_cast<int>(tables.planes[plane][level]));
+        std::puts("");
+      }
+    };
+  RequirePictureName(path);
+  return [path](Session& session) {
+    const LevelTables tables = CountLevels(session.image);
+    HistogramPlot plot;
+    plot.title = std::to_string(session.image.GetWidth()) + " x " +
+                 std::to_string(session.image.GetHeight()) + " pixels";
+    if (session.image.IsCanTrans2Gray()) {
+      plot.curves = {{"blue", {200, 90, 30}, tables.planes[0]},
+                     {"green", {60, 150, 50}, tables.planes[1]},
+                     {"red", {50, 50, 210}, tables.planes[2]}};
+    } else {
+      plot.curves = {{"gray", {90, 75, 65}, tables.planes[0]}};
+    }
+    if (session.threshold) plot.mark = *session.threshold;
+    CRastelo picture = DrawHistogram(plot);
+    SavePicture(path, [&](const char* name) { return picture.SaveAs(name); });
+  };
+}
+
+Action ParseEqualize(const std::string& argument) {
+  void (CRastelo::*equalize)() = nullptr;
+  if (argument.empty()) equalize = &CRastelo::HistogramEqualization;
+  if (argument == "1") equalize = &CRastelo::HistogramEqualization1;
+  if (argument == "2") equalize = &CRastelo::HistogramEqualization2;
+  if (argument == "3") equalize = &CRastelo::HistogramEqualization3;
+  if (!equalize) throw UsageError("expected equalize, or equalize=1, 2 or 3");
+  const bool grayOnly = argument == "2" || argument == "3";
+  return [equalize, grayOnly](Session& session) {
+    if (grayOnly) RequireGray(session.image);
+    (session.image.*equalize)();
+  };
+}
+
+Action ParseOtsu(const std::string&) {
+  return [](Session& session) {
+    RequireGray(session.image);
+    session.image.Segment_Otsu();
+  };
+}
+
+Action ParseGraphCut(const std::string&) {
+  return [](Session& session) {
+    RequireGray(session.image);
+    session.image.Segment_Graphcut();
+  };
+}
+
+Action ParseNdhm(const std::string& argument) {
+  int radius = 0;
+  NumberReader reader(argument);
+  if (!reader.Read(radius) || !reader.AtEnd() || radius < 0)
+    throw UsageError("expected a whole number of pixels, 0 or more");
+  return [radius](Session& session) {
+    RequireGray(session.image);
+    session.image.Segment_NDHM(radius);
+  };
+}
+
+/// The level that parts a gray picture, if there is one.
+std::optional<int> FindThreshold(CRastelo& image, bool graphCut) {
+  if (!graphCut) {
+    const LevelTables tables = CountLevels(image);
+    Histogram counts;
+    std::copy_n(tables.planes[0], counts.size(), counts.begin());
+    return FindOtsuThreshold(counts, 0, 255, std::int64_t{image.GetWidth()} * image.GetHeight());
+  }
+  const PixelStore copy = PixelStore::Zeroed(image.GetWidth(), image.GetHeight(), 8);
+  image.GetImgBlock(0, 0, copy.width, copy.height, 8, copy.bits.get());
+  const auto affinity = std::make_unique<AffinityTable>();
+  SumAffinities(copy.Pixels(), *affinity);
+  const int level = FindGraphCutThreshold(*affinity);
+  return level == 0 ? std::nullopt : std::optional(level);
+}
+
+Action ParseThreshold(const std::string& argument) {
+  if (argument != "otsu" && argument != "graph-cut")
+    throw UsageError("expected threshold=otsu or threshold=graph-cut");
+  return [argument](Session& session) {
+    RequireGray(session.image);
+    const std::optional<int> level = FindThreshold(session.image, argument == "graph-cut");
+    std::printf("%s threshold: %s\n", argument.c_str(),
+                level ? std::to_string(*level).c_str() : "none parts this picture");
+    session.threshold.reset();
+    if (level) session.threshold = PlotMark{argument, *level};
+  };
+}
+
+}  // namespace
+
+std::span<const Step> HistogramSteps() {
+  static constexpr Step kSteps[] = {
+      {"histogram", "[=FILE]", "print how many pixels show each level, or plot it", ParseHistogram},
+      {"equalize", "[=1|2|3]", "equalise the histogram: whole, or in one of three other ways",
+       ParseEqualize},
+      {"threshold", "=otsu|graph-cut", "print the level that parts a gray picture", ParseThreshold},
+      {"otsu", "", "blacken the dark part of a gray picture, pass by pass", ParseOtsu},
+      {"graph-cut", "", "whiten the dark part of a gray picture, complement the rest",
+       ParseGraphCut},
+      {"ndhm", "=R", "make dark details white, the rest black; R pixels around count", ParseNdhm},
+  };
+  return kSteps;
+}
+
+}  // namespace rastelo::tools
