@@ -1,8 +1,5 @@
 // Opening a JPEG file, beside the codec alone that decodes it into a buffer.
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +10,7 @@
 
 #include <jpeglib.h>
 
+#include "bench/peak_memory.h"
 #include "image/image_view.h"
 #include "rastelo.h"
 
@@ -80,19 +78,6 @@ void DecodeToNewBuffer() { Decode(NewBuffer().get()); }
 void DecodeToKeptBuffer() {
   static const auto buffer = NewBuffer();
   Decode(buffer.get());
-}
-
-/// The most memory that a process of its own holds while it does this, in MiB.
-double PeakMemory(void (*work)()) {
-  const pid_t child = fork();
-  if (child == 0) {
-    work();
-    _exit(0);
-  }
-  rusage usage{};
-  int status = 0;
-  wait4(child, &status, 0, &usage);
-  return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
 void BM_OpenJpeg(benchmark::State& state, void (*work)()) {

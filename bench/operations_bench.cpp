@@ -1,0 +1,199 @@
+// The operations on gray pixels, each beside its plain definition.
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+#include "bench/peak_memory.h"
+#include "bench/plain.h"
+#include "filter/even_light.h"
+#include "filter/sobel.h"
+#include "filter/template_operator.h"
+#include "frequency/fourier.h"
+#include "geometry/zoom.h"
+#include "histogram/gray_map.h"
+#include "image/pixel_store.h"
+#include "segment/ndhm.h"
+#include "segment/otsu.h"
+
+using namespace rastelo;
+
+namespace {
+
+/// Soft shapes under fine grain, from a quarter of the levels to nearly all.
+const PixelStore& Picture(std::int64_t side) {
+  static PixelStore picture;
+  if (picture.width == side) return picture;
+  const auto s = static_cast<std::int32_t>(side);
+  picture = PixelStore::Zeroed(s, s, 8);
+  unsigned grain = 1;
+  for (std::int32_t y = 0; y < s; ++y) {
+    for (std::int32_t x = 0; x < s; ++x) {
+      grain = grain * 1664525u + 1013904223u;
+      picture.Pixels().Row(y)[x] = static_cast<std::uint8_t>(
+          30 + (x / 11 + y / 17) % 90 + (x * 5 / s) * 20 + static_cast<int>(grain >> 28));
+    }
+  }
+  return picture;
+}
+
+constexpr std::int64_t kSide = 4096;
+
+/// Runs work(pixels) on a fresh copy each time; the copy is not measured.
+template <class Work>
+void RunInPlace(benchmark::State& state, Work work) {
+  const PixelStore picture = Picture(state.range(0));
+  for (auto _ : state) {
+    state.PauseTiming();
+    const PixelStore copy = picture.Clone();
+    state.ResumeTiming();
+    work(copy.Pixels());
+    benchmark::ClobberMemory();
+  }
+}
+
+void BM_Histogram(benchmark::State& state) {
+  const PixelStore picture = Picture(state.range(0));
+  for (auto _ : state) benchmark::DoNotOptimize(CountLevels(picture.Pixels()));
+}
+BENCHMARK(BM_Histogram)->Arg(kSide)->Unit(benchmark::kMillisecond);
+
+void BM_Map(benchmark::State& state) {
+  const GrayMap map = MakeLiftedMap(CountLevels(Picture(state.range(0)).Pixels()));
+  RunInPlace(state, [&](ImageView gray) { ApplyMap(gray, map); });
+}
+BENCHMARK(BM_Map)->Arg(kSide)->Unit(benchmark::kMillisecond);
+
+void BM_ClassPair(benchmark::State& state, std::optional<ThresholdPair> (*find)(LevelCounts)) {
+  const Histogram counts = CountLevels(Picture(kSide).Pixels());
+  for (auto _ : state) benchmark::DoNotOptimize(find(counts));
+}
+BENCHMARK_CAPTURE(BM_ClassPair, ours, FindClassPair)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ClassPair, plain, plain::FindClassPair)->Unit(benchmark::kMillisecond);
+
+void BM_OtsuSearch(benchmark::State& state) {
+  const Histogram counts = CountLevels(Picture(kSide).Pixels());
+  for (auto _ : state) benchmark::DoNotOptimize(FindOtsuThreshold(counts, 0, 255, kSide * kSide));
+}
+BENCHMARK(BM_OtsuSearch)->Unit(benchmark::kMillisecond);
+
+void BM_Affinities(benchmark::State& state, void (*sum)(ConstImageView, AffinityTable&)) {
+  const PixelStore picture = Picture(state.range(0));
+  const auto table = std::make_unique<AffinityTable>();
+  for (auto _ : state) {
+    sum(picture.Pixels(), *table);
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK_CAPTURE(BM_Affinities, ours, SumAffinities)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Affinities, plain, plain::SumAffinities)
+    ->Arg(kSide)
+    ->Unit(benchmark::kMillisecond);
+
+void BM_GraphCutSearch(benchmark::State& state) {
+  const auto table = std::make_unique<AffinityTable>();
+  SumAffinities(Picture(512).Pixels(), *table);
+  for (auto _ : state) benchmark::DoNotOptimize(FindGraphCutThreshold(*table));
+}
+BENCHMARK(BM_GraphCutSearch)->Unit(benchmark::kMillisecond);
+
+void BM_Contrasts(benchmark::State& state, bool isPlain) {
+  const PixelStore picture = Picture(state.range(0));
+  const auto radius = static_cast<std::int32_t>(state.range(1));
+  std::vector<std::uint32_t> columns(static_cast<std::size_t>(picture.width));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(isPlain ? plain::SumContrasts(picture.Pixels(), radius)
+                                     : SumContrasts(picture.Pixels(), radius, columns));
+}
+BENCHMARK_CAPTURE(BM_Contrasts, ours, false)
+    ->ArgsProduct({{kSide}, {1, 4, 64, 1024}})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Contrasts, plain, true)
+    ->ArgsProduct({{kSide}, {1, 4}})
+    ->Unit(benchmark::kMillisecond);
+
+void BM_Zoom(benchmark::State& state, bool isPlain) {
+  const PixelStore picture = Picture(kSide);
+  const auto side = static_cast<std::int32_t>(state.range(0));
+  const PixelStore target = PixelStore::Zeroed(side, side, 8);
+  for (auto _ : state) {
+    if (isPlain)
+      plain::ZoomBilinear(picture.Pixels(), target.Pixels());
+    else
+      ZoomBilinear(picture.Pixels(), 1, target.Pixels(), 1);
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK_CAPTURE(BM_Zoom, ours, false)->Arg(2048)->Arg(6000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Zoom, plain, true)->Arg(2048)->Arg(6000)->Unit(benchmark::kMillisecond);
+
+void BM_Sobel(benchmark::State& state, void (*apply)(ImageView)) { RunInPlace(state, apply); }
+BENCHMARK_CAPTURE(BM_Sobel, ours, ApplySobel)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Sobel, plain, plain::ApplySobel)->Arg(kSide)->Unit(benchmark::kMillisecond);
+
+void BM_Template(benchmark::State& state) {
+  const std::vector<double> mean(9, 1.0 / 9);
+  RunInPlace(state, [&](ImageView gray) { ApplyTemplate(gray, mean.data(), 3); });
+}
+BENCHMARK(BM_Template)->Arg(kSide)->Unit(benchmark::kMillisecond);
+
+void EvenColumns(ImageView gray) {
+  std::vector<ColumnLight> columns(static_cast<std::size_t>(gray.width));
+  MeasureColumns(gray, 255, columns);
+  LiftColumns(gray, columns);
+}
+void BM_EvenLight(benchmark::State& state, void (*even)(ImageView)) { RunInPlace(state, even); }
+BENCHMARK_CAPTURE(BM_EvenLight, ours, EvenColumns)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_EvenLight, plain, plain::EvenColumns)
+    ->Arg(kSide)
+    ->Unit(benchmark::kMillisecond);
+
+/// All rows of a square of elements, one after the other.
+void BM_TransformRows(benchmark::State& state, bool isPlain) {
+  const int exponent = static_cast<int>(state.range(0));
+  const std::size_t length = std::size_t{1} << exponent;
+  std::vector<Complex> in(length, {1.0, 0.5}), out(length);
+  FourierTransform transform(exponent);
+  for (auto _ : state) {
+    for (std::size_t row = 0; row < length; ++row) {
+      if (isPlain)
+        plain::RunTransform(in.data(), out.data(), exponent);
+      else
+        transform.Run(in.data(), out.data());
+    }
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK_CAPTURE(BM_TransformRows, ours, false)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_TransformRows, plain, true)->Arg(10)->Unit(benchmark::kMillisecond);
+
+/// What an operation takes at its peak, in bytes a pixel of its result, beside the object it runs
+/// on.
+void CountPeak(benchmark::State& state, CRastelo& image, int (*work)(CRastelo&)) {
+  const double idle = PeakMemory([] {});
+  const double peak = PeakMemory([&] { work(image); });
+  work(image);
+  state.counters["bytes_a_pixel"] =
+      (peak - idle) * (1 << 20) / (static_cast<double>(image.GetWidth()) * image.GetHeight());
+}
+
+CRastelo ObjectWith(const PixelStore& picture) {
+  CRastelo image;
+  image.SetExternalImageBits(picture.bits.get(), picture.width, picture.height, picture.bitCount);
+  return image;
+}
+
+void BM_Fft(benchmark::State& state) {
+  CRastelo image = ObjectWith(Picture(state.range(0)));
+  CountPeak(state, image, [](CRastelo& object) { return object.FFT(); });
+  for (auto _ : state) image.FFT();
+}
+BENCHMARK(BM_Fft)->Arg(2048)->Unit(benchmark::kMillisecond);
+
+void BM_ZoomObject(benchmark::State& state) {
+  CRastelo image = ObjectWith(Picture(state.range(0)));
+  CountPeak(state, image, [](CRastelo& object) { return object.Zoom_Size(4000, 4000); });
+  for (auto _ : state) image.Zoom_Size(4000, 4000);
+}
+BENCHMARK(BM_ZoomObject)->Arg(2048)->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,25 @@
+#ifndef RASTELO_BENCH_PLAIN_H
+#define RASTELO_BENCH_PLAIN_H
+
+#include <vector>
+
+#include "histogram/class_pair.h"
+#include "image/image_view.h"
+#include "rastelo.h"
+#include "segment/graph_cut.h"
+
+/// The definitions of operations as one would write them down first, to measure against. Each gives
+/// what the library's function of the similar name gives.
+namespace plain {
+
+std::optional<rastelo::ThresholdPair> FindClassPair(rastelo::LevelCounts counts);
+void SumAffinities(rastelo::ConstImageView gray, rastelo::AffinityTable& affinity);
+std::array<std::int32_t, 256> SumContrasts(rastelo::ConstImageView gray, std::int32_t radius);
+void ZoomBilinear(rastelo::ConstImageView source, rastelo::ImageView target);
+void ApplySobel(rastelo::ImageView gray);
+void EvenColumns(rastelo::ImageView gray);
+void RunTransform(const Complex* in, Complex* out, int exponent);
+
+}  // namespace plain
+
+#endif  // RASTELO_BENCH_PLAIN_H
