@@ -59,6 +59,33 @@ says 0 'level.pixels.*' run gray.bmp histogram
 [ "$("$rastelo" run gray.bmp histogram | awk '{ s += $2 } END { print NR, s }')" = "257 273707" ] || fail "counts"
 says 0 'level.blue.green.red.*' run scene.jpg histogram histogram=colours.bmp
 size colours.bmp '760 x 430 pixels, 24 bits a pixel \(colour\)'
+run scene.jpg zoom=0.5 save=half.bmp
+size half.bmp '321 x 214 pixels.*'
+run scene.jpg gray size=10x7 zoom-out=1 save=tiny.bmp
+size tiny.bmp '20 x 14 pixels, 8 bits.*'
+seq 9 >ramp.txt
+for step in sobel template=mean template=ramp.txt push=90,low,high fft; do
+  run crop.bmp "$step" save=filtered.bmp
+  size filtered.bmp '50 x 40 pixels, 8 bits.*'
+done
+run gray.bmp invert invert save=after.bmp
+cmp gray.bmp after.bmp || fail "two complements differ from none"
+says 0 'more than 0.5 of the pixels above level 100' run gray.bmp exceeds=100,0.5
+says 0 'no more than 0.9 of the pixels above level 100' run gray.bmp exceeds=100,0.9
+says 0 "垂直投影均光的次数为: [0-9]+" run --trace gray.bmp light=2
+run gray.bmp crop=0,0,64,64 save=square.bmp fft spectrum=map.bmp ifft spectrum save=again.bmp
+run square.bmp fft cut=1e9 ifft spectrum save=back.bmp
+cmp again.bmp back.bmp || fail "a cut that drops nothing changes the picture"
+for step in cut=5 ifft spectrum spectrum=map.bmp; do
+  says 1 "rastelo: step '$step': .*put fft before it" run gray.bmp "$step"
+done
+says 1 "rastelo: step 'cut=5': .*used .*" run square.bmp fft ifft cut=5
+says 1 "rastelo: step 'zoom=1e6': .*too large" run gray.bmp zoom=1e6
+says 1 "rastelo: step 'zoom=0.0001': nothing .*" run gray.bmp zoom=0.0001
+says 1 "rastelo: step 'template=none.txt': cannot read .*" run gray.bmp template=none.txt
+for step in invert light=0; do
+  says 1 "rastelo: step '$step': .*put gray before it" run --as-is crop.bmp "$step"
+done
 says 0 '' sheet sheet.jpg scene.jpg gray.bmp --try 'gray otsu' --try equalize
 says 2 'rastelo: .*' sheet sheet.jpg scene.jpg --try 'gray sharpen'
 says 2 'rastelo: .*' sheet sheet.png scene.jpg
@@ -70,7 +97,9 @@ says 0 'rastelo [0-9.]+' --version
 says 2 "rastelo: there is no step 'sharpen'.*" run scene.jpg save=no.jpg sharpen
 for step in gray=1 rotate rotate=left crop=1,2,3 crop=1,2,3,4,5 crop=0,0,0,1 crop=-1,0,1,1 draw=0x5 \
   draw=5 draw=5x5+1 draw=5x5x stretch=5x5+1+1 stretch=99999x1 save=a.png screen=a save-visible= save= \
-  equalize=4 equalize= otsu=1 ndhm ndhm=-1 ndhm=x threshold=mean histogram=a.png; do
+  equalize=4 equalize= otsu=1 ndhm ndhm=-1 ndhm=x threshold=mean histogram=a.png \
+  zoom=0 zoom=x zoom=inf zoom=nan zoom-out=-1 size=5 size=0x5 push= push=x push=5,mid light=1 \
+  exceeds=5 cut=nan spectrum=a.png; do
   says 2 "rastelo: step '${step//+/\\+}': expected .*" run scene.jpg save=no.jpg "$step"
 done
 says 2 'rastelo: .*' run scene.jpg

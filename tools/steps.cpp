@@ -38,6 +38,8 @@ Action ParseStep(const std::string& text) {
       };
     } catch (const UsageError& error) {
       throw UsageError("step '" + text + "': " + error.what());
+    } catch (const OperationError& error) {
+      throw OperationError("step '" + text + "': " + error.what());
     }
   }
   throw UsageError("there is no step '" + name + "'; 'rastelo steps' lists them");
