@@ -133,6 +133,7 @@ const BmpVariant kBmpVariants[] = {
     {"FourteenBytes", [](Bytes& f) { f.resize(14); }, false},
     {"Empty", [](Bytes& f) { f.clear(); }, false},
 };
+void PrintTo(const BmpVariant& variant, std::ostream* stream) { *stream << variant.name; }
 class BmpFile : public testing::TestWithParam<BmpVariant> {};
 INSTANTIATE_TEST_SUITE_P(Variants, BmpFile, testing::ValuesIn(kBmpVariants),
                          [](const auto& info) { return info.param.name; });
