@@ -1,8 +1,5 @@
 #include "tests/object_probe.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -71,17 +68,6 @@ void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes) 
   std::ofstream(path, std::ios::binary)
       .write(reinterpret_cast<const char*>(bytes.data()),
              static_cast<std::streamsize>(bytes.size()));
-}
-
-std::string TestFolder() {
-  const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-  std::string name = std::string(test->test_suite_name()) + "." + test->name();
-  for (char& c : name)
-    if (c == '/') c = '_';
-  const auto folder = std::filesystem::path(testing::TempDir()) / "rastelo_tests" / name;
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder);
-  return folder.string() + "/";
 }
 
 HookRecorder::HookRecorder() {

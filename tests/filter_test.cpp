@@ -1,0 +1,247 @@
+// Pixel filters, light measures and evening, and the undo history that keeps nothing.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <numeric>
+#include <random>
+
+#include "tests/object_probe.h"
+
+using rastelo::ObjectProbe;
+
+namespace {
+
+/// What an operation makes of an image. The pixels as they came in must stay.
+LiteralImage After(const LiteralImage& image, auto operation) {
+  CRastelo object = ObjectWith(image);
+  operation(object);
+  EXPECT_EQ(ObjectProbe::Of(object).loaded, image.bytes);
+  EXPECT_TRUE(ObjectProbe::IsConsistent(object));
+  return ImageOf(object);
+}
+
+LiteralImage Gray(const LiteralImage& image) {
+  return After(image, [](auto& o) { o.RGBImg2Gray(); });
+}
+
+/// Pixel `n`, row by row.
+std::uint8_t& At(LiteralImage& image, int n) {
+  return image.Pixels().Row(n / image.width)[n % image.width];
+}
+
+/// Writes `value(y - half, x - half)` to each pixel with `half` neighbours and a lower left one.
+LiteralImage Slide(LiteralImage& image, int half, auto value) {
+  for (int y = std::max(half, 1); y < image.height - half; ++y)
+    for (int x = std::max(half, 1); x < image.width - half; ++x)
+      image.Pixels().Row(y)[x] = std::uint8_t(std::min(value(y - half, x - half), 255.0));
+  return image;
+}
+
+LiteralImage PlainSobel(LiteralImage image) {
+  const int kernel[] = {-1, 0, 1, -2, 0, 2, -1, 0, 1};
+  return Slide(image, 1, [&](int y, int x) {
+    int gx = 0, gy = 0;
+    for (int i = 0; i < 9; ++i) {
+      gx += kernel[i] * image.Pixels().Row(y + i / 3)[x + i % 3];
+      gy += kernel[i] * image.Pixels().Row(y + i % 3)[x + i / 3];
+    }
+    return std::sqrt(gx * gx + gy * gy);
+  });
+}
+
+LiteralImage PlainTemplate(LiteralImage image, const std::vector<double>& entries, int size) {
+  return Slide(image, size / 2, [&](int y, int x) {
+    std::int32_t sum = 0;
+    for (int i = 0; i < size * size; ++i) {
+      const double pixel = image.Pixels().Row(y + i / size)[x + i % size];
+      const double value = pixel * entries[std::size_t(i)] + sum;
+      sum = std::abs(value) < 9e18 ? std::int32_t(std::uint32_t(std::int64_t(value))) : 0;
+    }
+    return std::abs(double(sum));
+  });
+}
+
+TEST(PixelFilters, ReadWhatTheyHaveWritten) {
+  const auto sobel = [](auto& o) { o.Img_Sobel(); };
+  const std::vector<std::uint8_t> dark(5, 0), lit(5, 10);
+  EXPECT_EQ(After({dark, dark, lit, lit}, sobel),
+            LiteralImage({dark, {0, 40, 89, 182, 0}, {10, 156, 255, 255, 10}, lit}));
+  const std::tuple<std::vector<double>, std::uint8_t, std::uint8_t> cases[] = {
+      {std::vector(9, 1.0 / 9), 100, 99},
+      {{0, 0, 0, 0, -2, 0, 0, 0, 0}, 50, 100},
+      {{0, -1, 0, -1, 4, -1, 0, -1, 0}, 77, 0},
+      {{-1.5, 0, 0, 0, 0.25, 0, 0, 0, 0}, 1, 0},          // -1.5 becomes -1, and -0.75 then 0
+      {{4294967296.0, 0, 0, 0, 0, 0, 0, 0, 0.5}, 14, 7},  // the low 32 bits
+      {{2147483648.0, 0, 0, 0, 0, 0, 0, 0, 0}, 1, 255},   // -2^31
+      {{NAN, 7, INFINITY, 7, -1e30, 0, 0, 0, 1}, 5, 5},
+  };
+  for (auto [entries, level, centre] : cases) {
+    const std::vector row(3, level);
+    EXPECT_EQ(After({row, row, row}, [&](auto& o) { o.ImgTemplateOperator(entries.data(), 3); }),
+              LiteralImage({row, {level, centre, level}, row}));
+  }
+  std::mt19937 random(7);
+  for (int i = 0; i < 4 * 2 * 81; ++i) {
+    const int size = i % 4 * 2 + 1, w = i / 8 % 9 + 1, h = i / 72 + 1,
+              pixelBytes = i / 4 % 2 * 2 + 1;
+    LiteralImage image = Noise(w, h, pixelBytes);
+    if (i % 5 == 0)  // dim, so that less than 255 comes out
+      for (int n = 0; n < w * h; ++n) At(image, n) /= 16;
+    ASSERT_EQ(After(image, sobel), PlainSobel(Gray(image)));
+    std::vector<double> entries(std::size_t(size * size));
+    for (double& entry : entries) entry = (int(random() % 4001) - 2000) / (i % 5 ? 8000.0 : 8e-7);
+    if (i % 7 == 0) entries[random() % entries.size()] = i % 2 ? 1e30 : NAN;
+    ASSERT_EQ(After(image, [&](auto& o) { o.ImgTemplateOperator(entries.data(), size); }),
+              PlainTemplate(Gray(image), entries, size));
+    const int refused[] = {INT_MIN, -1, 0, 2, 4, INT_MAX - 1, INT_MAX, 11, size};
+    for (int s : refused)
+      ASSERT_EQ(After(image, [&, values = s == size ? nullptr : entries.data()](
+                                 auto& o) { o.ImgTemplateOperator(values, s); }),
+                Gray(image))
+          << s;
+  }
+}
+
+TEST(PixelFilters, PushAndComplementLevels) {
+  const int thresholds[] = {INT_MIN, 0, 1, 127, 128, 255, 256, INT_MAX};
+  for (int i = 0; i < 8 * 8; ++i) {
+    const int low = i % 2 * -7, high = i / 2 % 2 * 2, threshold = thresholds[i / 8];
+    const LiteralImage image = Noise(33 + i % 5, 21, i / 4 % 2 * 2 + 1);
+    LiteralImage pushed = Gray(image), inverse = image;
+    for (int n = 0; n < image.width * image.height; ++n) {
+      std::uint8_t& level = At(pushed, n);
+      level = level < threshold ? (low ? std::uint8_t{0} : level) : high ? 255 : level;
+      At(inverse, n) = std::uint8_t(255 - At(inverse, n));
+    }
+    EXPECT_EQ(After(image, [&](auto& o) { o.ImgTrans2_0_1(threshold, low, high); }), pushed);
+    EXPECT_EQ(After(image, [](auto& o) { o.InverseGray(); }), inverse);
+  }
+}
+
+TEST(ImgGrayExceedProbability, ComparesTheShareAbove) {
+  const LiteralImage gray = {{100, 100}, {200, 200}}, colour({{9, 99, 99, 99, 9, 9}}, 3);
+  const std::tuple<LiteralImage, int, double, bool> cases[] = {
+      {gray, 100, 0.5, false},  {gray, 100, 0.49, true},  {gray, 99, 1.0, false},
+      {gray, 255, 0.0, false},  {gray, 255, -0.1, true},  {gray, -1, 0.99, true},
+      {gray, 0, NAN, false},    {gray, 200, 0.0, false},  {gray, INT_MAX, 0.0, false},
+      {colour, 50, 0.49, true}, {colour, 50, 0.5, false}, {Noise(2, 2, 2), -1, -1, false}};
+  for (const auto& [image, level, probability, exceeds] : cases) {
+    CRastelo object = ObjectWith(image);
+    EXPECT_EQ(object.ImgGray_Exceed_Probability(level, probability), exceeds) << level;
+    object.Close();
+    EXPECT_FALSE(object.ImgGray_Exceed_Probability(level, probability));
+  }
+}
+
+/// One pass over the columns, as it is described.
+LiteralImage PlainPass(LiteralImage image, int limit) {
+  std::vector<int> means;
+  std::vector<double> deviations;
+  for (int x = 0; x < image.width; ++x) {
+    std::vector<int> values;
+    for (int n = x; n < image.width * image.height; n += image.width)
+      if (At(image, n) <= limit) values.push_back(At(image, n));
+    const int n = int(values.size()), sum = std::accumulate(values.begin(), values.end(), 0);
+    means.push_back(sum / std::max(n, 1));
+    double squares = 0;
+    for (int v : values) squares += (means.back() - v) * (means.back() - v);
+    deviations.push_back(std::sqrt(squares / std::max(n - 1, 1)));
+  }
+  std::vector<int> sorted = means;
+  std::sort(sorted.begin(), sorted.end());
+  int reference = 0, count = 0;
+  double spread = 0;
+  for (std::size_t x = 0; x < means.size(); ++x) {
+    if (means[x] <= sorted[sorted.size() / 2]) continue;
+    reference += means[x];
+    spread += deviations[x];
+    ++count;
+  }
+  if (count == 0) return image;
+  reference /= count;
+  spread /= count;
+  for (int n = 0; n < image.width * image.height; ++n) {
+    const auto x = std::size_t(n % image.width);
+    std::uint8_t& level = At(image, n);
+    if (means[x] > reference || level > 240 || (deviations[x] <= 0 && spread > 0)) continue;
+    const int gain = spread > deviations[x] ? int(spread / deviations[x]) : 1;
+    level = std::uint8_t(std::min(level * gain + reference - means[x], 255));
+  }
+  return image;
+}
+
+TEST(ImgAverageLight, LiftsDarkColumns) {
+  const LiteralImage evening = {
+      {20, 60, 100, 180, 200}, {30, 70, 120, 140, 250}, {40, 60, 110, 100, 220}};
+  const std::pair<LiteralImage, LiteralImage> cases[] = {
+      {evening, {{211, 255, 255, 221, 200}, {241, 255, 255, 181, 250}, {255, 255, 255, 141, 220}}},
+      {{{10, 20, 30, 40}}, {{40, 40, 40, 40}}},  // of an even width, the upper middle
+      {{{10, 10, 50}, {10, 20, 90}}, {{10, 95, 50}, {10, 135, 90}}},  // one level stays
+      {{{5, 240, 1, 250}, {5, 242, 3, 250}}, {{250, 249, 249, 250}, {250, 242, 251, 250}}},
+      {{{200, 200}, {100, 100}}, {{200, 200}, {100, 100}}},  // no column above the median
+  };
+  for (const auto& [before, after] : cases) {
+    EXPECT_EQ(After(before, [](auto& o) { o.ImgAverageLight_V(255); }), after);
+    for (int mode : {INT_MIN, -1, 0, 1, 3})
+      EXPECT_EQ(After(before, [&](auto& o) { EXPECT_TRUE(o.ImgAverageLight(mode, 2)); }),
+                mode == 0 ? after : before);
+  }
+  for (int i = 0; i < 2 * 9 * 40; ++i) {
+    LiteralImage image = Noise(i / 2 % 40 + 1, i / 80 + 1, i % 2 * 2 + 1);
+    for (int n = 0; i % 3 != 0 && n < image.width * image.height; ++n) {
+      const int column = n % image.width;  // of its own level and spread, some of one level
+      At(image, n) = std::uint8_t(At(image, n) % (column * i % 4 * 20 + 1) + column * 77 % 190);
+    }
+    for (int limit : {-1, 0, 100, 200, INT_MAX})
+      ASSERT_EQ(After(image, [&](auto& o) { EXPECT_TRUE(o.ImgAverageLight_V(limit)); }),
+                PlainPass(image, limit))
+          << limit << ": " << image;
+  }
+}
+
+TEST(ImgAverageLight, RepeatsUntilItIsBrightOrStays) {
+  for (int i = 0; i < 40; ++i) {
+    LiteralImage before = Noise(i % 8 * 3, i * 2 + 1, i % 5 == 4 ? 3 : 1);
+    for (int n = 0; i % 5 < 2 && n < before.width * before.height; ++n)
+      At(before, n) = std::uint8_t(i % 5 == 0 ? i * 5 : n % before.width * 10);
+    CRastelo object = ObjectWith(before), measure;
+    LiteralImage after = before;
+    int passes = 0;
+    do {
+      before = after;
+      after = PlainPass(before, 255);
+      measure = ObjectWith(after);
+      ++passes;
+    } while (!measure.ImgGray_Exceed_Probability(180, 0.9) && !(after == before));
+    const HookRecorder hooks;
+    EXPECT_TRUE(object.ImgAverageLight(2, 0));
+    EXPECT_EQ(hooks.trace,
+              "\xB4\xB9\xD6\xB1\xCD\xB6\xD3\xB0\xBE\xF9\xB9\xE2\xB5\xC4\xB4\xCE\xCA\xFD\xCE\xAA: " +
+                  std::to_string(passes));
+    EXPECT_EQ(ImageOf(object), after);
+  }
+}
+
+TEST(Filters, LeaveOtherDepthsAndEmptyObjectsAsTheyAre) {
+  for (int bits : {0, 8, 16, 24, 32}) {  // 8 and 24: closed
+    CRastelo object = bits == 0 ? CRastelo() : ObjectWith(Noise(5, 4, bits / 8));
+    if (bits % 16 == 8) object.Close();
+    const auto before = ObjectProbe::Of(object);
+    object.Img_Sobel();
+    object.ImgTemplateOperator(std::vector(9, 2.0).data(), 3);
+    object.ImgTrans2_0_1(128, 1, 1);
+    object.InverseGray();
+    object.ImgErosion();
+    EXPECT_TRUE(object.ImgAverageLight_H(1) && object.ImgAverageLight(2, 0));
+    CImgRevokeOpr history;
+    history.AddProcessImg(&object);
+    history.DelProcessImg(nullptr);
+    history.RevokeImgForward();
+    history.RevokeImgBackward();
+    EXPECT_EQ(ObjectProbe::Of(object), before) << bits;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,197 @@
+// Otsu's threshold, the graph cut, the contrast threshold, and the segmentations that apply them.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <regex>
+
+#include "segment/graph_cut.h"
+#include "segment/ndhm.h"
+#include "tests/object_probe.h"
+
+using rastelo::AffinityTable, rastelo::ObjectProbe;
+
+namespace {
+
+/// The image with the first `width` bytes of each row changed.
+LiteralImage Changed(LiteralImage image, auto change) {
+  for (std::int32_t i = 0; i < image.width * image.height; ++i) {
+    auto& byte = image.Pixels().Row(i / image.width)[i % image.width];
+    byte = static_cast<std::uint8_t>(change(byte));
+  }
+  return image;
+}
+int OneOfFive(int level) { return level % 5 * 255 / 4; }
+
+/// What the operation traces, a pass as "mean " or "mean<threshold>mean ", the duration as "end".
+std::string Trace(CRastelo& object, auto operation, auto... arguments) {
+  const HookRecorder hooks;
+  (object.*operation)(arguments...);
+  std::string trace = hooks.trace;
+  for (const auto& [text, brief] :
+       {std::pair("graph cut times: \\d+ms\n$", "end"),
+        {"otsu__average gray: (\\d+)\n", "$1 "},
+        {"before graphCut__average gray: (.*)\nthreshold: (.*)\n", "$1<$2>"},
+        {"after graphCut__average gray: (\\d+)\n", "$1 "}})
+    trace = std::regex_replace(trace, std::regex(text), brief);
+  return trace;
+}
+
+std::string Times(int count, const std::string& text) {
+  return count == 0 ? "" : text + Times(count - 1, text);
+}
+
+TEST(Otsu, WantsOnePercentOnEitherSide) {
+  const std::array<int, 5> cases[] = {{0, 60, 40, 51, 51}, {0, 99, 1, 51, 51}, {0, 199, 1, -7, -7},
+                                      {0, 1, 199, -7, -7}, {900, 5, 5, 51, 1}, {0, 9, 0, -7, -7}};
+  for (const auto& [black, dark, bright, aboveBlack, ofAll] : cases) {
+    const auto level = [=, i = 0](int) mutable {
+      return ++i <= black ? 0 : i <= black + dark ? 50 : 200;
+    };
+    CRastelo object = ObjectWith(Changed({1, black + dark + bright, 1}, level));
+    std::array found = {-7, -7};
+    ObjectProbe::SearchOtsu(object, 1, 200, &found[0]);
+    ObjectProbe::SearchOtsu(object, &found[1]);
+    EXPECT_EQ(found, (std::array{aboveBlack, ofAll})) << black << ", " << dark;
+  }
+}
+
+TEST(GraphCut, SumsAffinitiesPairByPair) {
+  static AffinityTable table, plain;
+  for (int i = 0; i < 2 * 81; ++i) {
+    const int w = i / 2 % 9 + 1, h = i / 18 + 1;
+    LiteralImage image = i % 2 ? Changed(Noise(w, h), OneOfFive) : Noise(w, h);
+    rastelo::SumAffinities(image.Pixels(), table);
+    for (auto& row : plain) row.fill(0.0);
+    for (int j = 0; j < w * h * 9; ++j) {  // each pixel with its neighbours, row by row
+      const int x = j / 9 % w, y = j / 9 / w, dx = j % 3 - 1, dy = j % 9 / 3 - 1;
+      if (j % 9 == 4 || x + dx < 0 || x + dx >= w || y + dy < 0 || y + dy >= h) continue;
+      const int c = image.Pixels().Row(y)[x], n = image.Pixels().Row(y + dy)[x + dx];
+      plain[c][n] += std::exp(-1.0 * ((dx * dx + dy * dy) * 0.25 + (n - c) * (n - c) / 625.0));
+    }
+    for (int j = 0; j < 255; ++j) plain[j][j] = 0.0;
+    ASSERT_TRUE(table == plain) << image;
+  }
+}
+
+TEST(Segment, ClearsWhatIsDarkAndComplementsTheGraphCut) {
+  constexpr auto kOtsu = &CRastelo::Segment_Otsu, kCut = &CRastelo::Segment_Graphcut;
+  const LiteralImage gray = {
+      {10, 10, 11, 11}, {10, 12, 200, 201}, {10, 200, 200, 201}, {10, 12, 201, 201}};
+  const LiteralImage colours({{10, 200, 201, 4, 5, 6, 7, 8, 9}}, 3);
+  const std::tuple<void (CRastelo::*)(), LiteralImage, int, std::string> cases[] = {
+      {kOtsu, {{50, 50, 50, 200, 200}}, 200, "110 " + Times(9, "80 ")},
+      {kOtsu, {{10, 200}, {200, 10}}, 200, "105 100 "},
+      {kOtsu, {{19, 200}}, 200, "109 100 "},  // 9 less ends it, 10 does not
+      {kOtsu, {{20, 200}}, 200, "110 " + Times(9, "100 ")},
+      {kOtsu, {{93, 94}, {94, 94}}, 94, "93 " + Times(9, "70 ")},
+      {kOtsu, {{254, 255}}, 255, "254 " + Times(9, "127 ")},
+      {kOtsu, {{52, 113, 113, 127, 141, 141, 202}}, 202, "127 " + Times(9, "28 ")},  // nearly ties
+      {kOtsu, {{8, 8, 12, 12, 127, 242, 242, 246, 246}}, 246, "127 108 " + Times(8, "54 ")},
+      {kOtsu, {{0, 0}}, 0, Times(10, "0 ")},
+      {kOtsu, {{128, 128}}, 0, Times(10, "128 ")},
+      {kOtsu, {{255, 255}}, 0, Times(10, "255 ")},
+      {kOtsu, colours, 0, Times(10, "0 ")},
+      {kCut, gray, 13, "93<13>87 87<200>"},
+      {kCut, {{108, 93, 123, 131, 161, 146}}, 132, "127<109>93 93<132>51 " + Times(8, "51<0>51 ")},
+      {kCut,
+       {{100, 104, 122, 132, 150, 154}},
+       150,
+       "127<105>93 93<133>50 " + Times(8, "50<150>50 ")},
+      {kCut, {{29, 255, 255}}, 255, "179<255>170 170<255>"},
+      {kCut, {{30, 255, 255}}, 255, "180<255>170 " + Times(9, "170<255>170 ")},
+      {kCut, {{20, 20, 254, 254}}, 0, Times(10, "137<0>137 ")},
+      {kCut, {{255, 20, 255}}, 0, Times(10, "176<0>176 ")},  // no two touch
+      {kCut, {{0, 0}}, 0, "0<0>"},
+      {kCut, {{7, 7}}, 0, "7<0>"},
+      {kCut, {{8, 8}}, 0, Times(10, "8<0>8 ")},
+      {kCut, {{128, 128}}, 0, Times(10, "128<0>128 ")},
+      {kCut, {{255, 255}, {255, 255}}, 0, Times(10, "255<0>255 ")},
+      {kCut, colours, 0, "0<200>"}};
+  for (const auto& [segment, image, kept, trace] : cases) {
+    const int toggle = segment == kCut ? 255 : 0;
+    CRastelo object = ObjectWith(image);
+    auto expected = ObjectProbe::Of(object);
+    expected.pixels = Changed(image, [&](int v) { return (v < kept ? 0 : v) ^ toggle; }).bytes;
+    EXPECT_EQ(Trace(object, segment), trace + "end");
+    EXPECT_EQ(ObjectProbe::Of(object), expected) << image << ImageOf(object);
+  }
+}
+
+/// A square in the middle, a third as wide as the image.
+LiteralImage Spot(int width, int level, int spotLevel) {
+  return Changed({width, width, 1}, [=, i = 0](int) mutable {
+    const int x = i % width * 3 / width, y = i++ / width * 3 / width;
+    return x == 1 && y == 1 ? spotLevel : level;
+  });
+}
+
+TEST(Segment, SplitsAtTheLevelThatStandsOut) {
+  const struct {
+    int width, level, spot, r, dark, bright;
+  } cases[] = {{6, 200, 50, 1, -1050, 1050},         {6, 200, 50, 2, 0, 7200},
+               {6, 200, 50, INT32_MAX, 0, 0},        {6, 200, 255, 2, 0, -2640},
+               {135, 255, 0, 45, 0, -1'157'989'171}, {180, 255, 0, 60, 0, 1'324'465'408}};
+  for (const auto& c : cases) {
+    CRastelo object = ObjectWith(Spot(c.width, c.level, c.spot));
+    std::string trace;
+    for (int i = 255; i >= 0; --i)
+      trace += std::to_string(i == c.level ? c.dark : i == c.spot ? c.bright : 0) + "\n";
+    EXPECT_EQ(Trace(object, &CRastelo::Segment_NDHM, c.r), trace);
+    EXPECT_EQ(ImageOf(object), Spot(c.width, c.bright > 0 ? 0 : 255, 255)) << c.r;
+  }
+}
+
+TEST(Segment, SplitsBothDepthsAsThePlainRule) {
+  for (int i = 0; i < 2 * 81 * 6; ++i) {
+    const int w = i / 12 % 9 + 1, h = i / 108 + 1, r = i / 2 % 6;
+    LiteralImage image = Noise(w, h, i % 2 * 2 + 1);
+    if ((w + h) % 3 == 0) image = Changed(image, OneOfFive);
+    LiteralImage complement = Changed(image, [](int level) { return 255 - level; });
+    const auto v = complement.Pixels();
+    std::array<std::int32_t, 256> totals{};
+    for (int y = r; y < h - r; ++y)
+      for (int x = r; x < w - r; ++x)
+        for (int j = 0; j < 4 * r * r; ++j)
+          totals[v.Row(y)[x]] += v.Row(y)[x] - v.Row(y - r + j / (2 * r))[x - r + j % (2 * r)];
+    int threshold = 0;
+    for (int level = 0; level < 256; ++level)
+      if (totals[level] > std::max(0, totals[threshold])) threshold = level;
+    std::vector<std::uint32_t> columnSums(std::size_t(w), 0xDEADBEEF);
+    EXPECT_EQ(rastelo::SumContrasts(v, r, columnSums), totals) << r << ", " << image;
+    CRastelo object = ObjectWith(image), gray = ObjectWith(image);
+    gray.InverseGray();
+    EXPECT_EQ(ImageOf(gray), complement);
+    gray.RGBImg2Gray();
+    auto expected = ObjectProbe::Of(gray);
+    expected.pixels =
+        Changed(ImageOf(gray), [=](int level) { return level < threshold ? 0 : 255; }).bytes;
+    object.Segment_NDHM(r);
+    EXPECT_EQ(ObjectProbe::Of(object), expected) << r << ", " << image;
+  }
+}
+
+TEST(Segment, LeavesOtherDepthsAndEmptyImagesAsTheyAre) {
+  const unsigned char none = 0;
+  CRastelo closed = ObjectWith(Noise(5, 4)), empty, flat;
+  closed.Close();
+  empty.SetExternalImageBits(&none, 0, 3, 8);
+  flat.SetExternalImageBits(&none, 3, 0, 24);
+  for (CRastelo object :
+       {CRastelo(), closed, empty, flat, ObjectWith(Noise(5, 4, 2)), ObjectWith(Noise(5, 4, 4))}) {
+    const auto before = ObjectProbe::Of(object);
+    int average = -7;
+    EXPECT_EQ(ObjectProbe::GetImgAvgGray(object, &average), 0);
+    EXPECT_EQ(average, -7);
+    EXPECT_EQ(Trace(object, &CRastelo::Segment_Otsu), Times(10, "0 ") + "end");
+    EXPECT_EQ(Trace(object, &CRastelo::Segment_Graphcut), "0<0>end");
+    EXPECT_EQ(ObjectProbe::Of(object), before);
+    for (const int r : {0, 1, INT32_MAX})
+      EXPECT_EQ(Trace(object, &CRastelo::Segment_NDHM, r), Times(256, "0\n"));
+    EXPECT_EQ(ObjectProbe::Of(object).pixels, before.pixels);
+  }
+  CRastelo object = ObjectWith(Noise(5, 4, 3));
+  object.Segment_NDHM(-1);
+  EXPECT_EQ(ImageOf(object), Noise(5, 4, 3));
+}
+
+}  // namespace
