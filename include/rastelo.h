@@ -353,7 +353,7 @@ class RASTELO_API CImgRevokeOpr {
   void RevokeImgForward();
 
  private:
-  int m_nRevokeState = 0;
+  [[maybe_unused]] int m_nRevokeState = 0;
 };
 
 /// Fills the bitmap record of the process for rows of `width` pixels, `height` of them, bottom row

@@ -1,0 +1,22 @@
+#ifndef RASTELO_FUZZ_TARGETS_H
+#define RASTELO_FUZZ_TARGETS_H
+
+#include <cstddef>
+#include <cstdint>
+
+/// What the fuzzers run on each input. They end the process when a promise is broken, and are
+/// functions, so that the ordinary tests can replay inputs as well.
+namespace fuzz {
+
+/// Opens the input as a BMP file, and as one handed over as it is.
+void OpenBmp(const std::uint8_t* data, std::size_t size);
+/// Opens the input as a JPEG file.
+void OpenJpeg(const std::uint8_t* data, std::size_t size);
+/// Draws a bitmap of the input on a device, with rectangles of any values.
+void DrawOnDevice(const std::uint8_t* data, std::size_t size);
+/// Runs operations drawn from the input on an object and its copies.
+void RunOperations(const std::uint8_t* data, std::size_t size);
+
+}  // namespace fuzz
+
+#endif  // RASTELO_FUZZ_TARGETS_H
