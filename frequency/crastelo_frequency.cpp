@@ -7,27 +7,49 @@
 
 namespace {
 
-/// The arrays of one transform, all taken before anything changes.
-struct FrequencyArrays {
-  FrequencyArrays(LONG width, LONG height)
-      : count(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)),
-        rows(std::make_shared_for_overwrite<Complex[]>(count)),
-        coefs(std::make_shared_for_overwrite<Complex[]>(count)),
-        map(std::make_shared<unsigned char[]>(
-            static_cast<std::size_t>(rastelo::Pitch(width, 8) * height))) {}
+std::size_t Count(LONG width, LONG height) {
+  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+}
 
-  std::size_t count;
+}  // namespace
+
+/// What one transform works in and leaves.
+struct CRastelo::FrequencyArrays {
   std::shared_ptr<Complex[]> rows, coefs;
   std::shared_ptr<unsigned char[]> map;
 };
 
-}  // namespace
+/// Arrays of the current size: those that are there, unless a copy has a share in them, else new
+/// ones. Coefficients and map keep what they hold until the transform has all its memory.
+CRastelo::FrequencyArrays CRastelo::TakeFrequencyArrays() const {
+  if (HasFrequencies() && m_pFreqRows.use_count() == 1 && m_pFreqCoefs.use_count() == 1 &&
+      m_pSpectrumBits.use_count() == 1)
+    return {m_pFreqRows, m_pFreqCoefs, m_pSpectrumBits};
+  const std::size_t count = Count(m_lWidth, m_lHeight);
+  return {std::make_shared_for_overwrite<Complex[]>(count),
+          std::make_shared_for_overwrite<Complex[]>(count),
+          std::make_shared<unsigned char[]>(
+              static_cast<std::size_t>(rastelo::Pitch(m_lWidth, 8) * m_lHeight))};
+}
+
+void CRastelo::AdoptFrequencies(const FrequencyArrays& arrays) noexcept {
+  m_pFreqRows = arrays.rows;
+  m_pFreqCoefs = arrays.coefs;
+  m_pSpectrumBits = arrays.map;
+  m_lFreqWidth = m_lWidth;
+  m_lFreqHeight = m_lHeight;
+}
+
+/// Whether there are coefficients and a map of the current size.
+bool CRastelo::HasFrequencies() const {
+  return m_pFreqCoefs && m_lFreqWidth == m_lWidth && m_lFreqHeight == m_lHeight;
+}
 
 int CRastelo::FFT() {
-  if (m_pImgBits && !HasKnownDepth()) return 1;
+  if (HasPixels() && !HasKnownDepth()) return 1;
   const rastelo::PixelStore gray = GrayCopy();
   const rastelo::ConstImageView levels = gray.bits ? gray.Pixels() : RowBytes();
-  const FrequencyArrays arrays(m_lWidth, m_lHeight);
+  const FrequencyArrays arrays = TakeFrequencyArrays();
   Complex* element = arrays.rows.get();
   for (LONG y = 0; y < levels.height; ++y)
     for (LONG x = 0; x < levels.width; ++x)
@@ -35,7 +57,7 @@ int CRastelo::FFT() {
   ImgFFT_2D(arrays.rows.get(), arrays.coefs.get());
   rastelo::DrawMagnitudes(arrays.coefs.get(), m_lWidth, m_lHeight, arrays.map.get());
   if (gray.bits) Adopt(gray);
-  AdoptFrequencies(arrays.rows, arrays.coefs, arrays.map);
+  AdoptFrequencies(arrays);
   return 1;
 }
 
@@ -51,26 +73,26 @@ void CRastelo::ILPF(double limit) {
 
 int CRastelo::GetSpectrum(unsigned char* buffer) const {
   if (!buffer || !HasFrequencies()) return 0;
-  std::copy_n(m_pSpectrumBits.get(),
-              static_cast<std::size_t>(m_lWidth) * static_cast<std::size_t>(m_lHeight), buffer);
+  std::copy_n(m_pSpectrumBits.get(), Count(m_lWidth, m_lHeight), buffer);
   return 1;
 }
 
 void CRastelo::ImgFFT_2D(Complex* first, Complex* second) {
+  if (m_lWidth == 0 || m_lHeight == 0) return;
   rastelo::FourierPlane(m_lWidth, m_lHeight).Transform(first, second);
 }
 
 /// The inverse by way of the forward transform: of the conjugates, taken in plain order, and
 /// divided by their number.
 void CRastelo::ImgIFFT_2D() {
-  const FrequencyArrays arrays(m_lWidth, m_lHeight);
-  std::transform(m_pFreqCoefs.get(), m_pFreqCoefs.get() + arrays.count, arrays.rows.get(),
-                 [](const Complex& z) {
+  const FrequencyArrays arrays = TakeFrequencyArrays();
+  std::transform(m_pFreqCoefs.get(), m_pFreqCoefs.get() + Count(m_lWidth, m_lHeight),
+                 arrays.rows.get(), [](const Complex& z) {
                    return Complex{z.re, -z.im};
                  });
   ImgFFT_2D(arrays.rows.get(), arrays.coefs.get());
   rastelo::DrawReconstruction(arrays.coefs.get(), m_lWidth, m_lHeight, arrays.map.get());
-  AdoptFrequencies(arrays.rows, arrays.coefs, arrays.map);
+  AdoptFrequencies(arrays);
 }
 
 void CRastelo::FFT_1D(Complex* in, Complex* out, LONG exponent) {
@@ -78,18 +100,3 @@ void CRastelo::FFT_1D(Complex* in, Complex* out, LONG exponent) {
 }
 
 void CRastelo::IFFT_1D(Complex* /*in*/, Complex* /*out*/, LONG /*exponent*/) {}
-
-/// Whether there are coefficients and a map of the current size.
-bool CRastelo::HasFrequencies() const {
-  return m_pFreqCoefs && m_lFreqWidth == m_lWidth && m_lFreqHeight == m_lHeight;
-}
-
-void CRastelo::AdoptFrequencies(const std::shared_ptr<Complex[]>& rows,
-                                const std::shared_ptr<Complex[]>& coefs,
-                                const std::shared_ptr<unsigned char[]>& map) noexcept {
-  m_pFreqRows = rows;
-  m_pFreqCoefs = coefs;
-  m_pSpectrumBits = map;
-  m_lFreqWidth = m_lWidth;
-  m_lFreqHeight = m_lHeight;
-}

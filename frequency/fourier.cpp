@@ -57,31 +57,32 @@ int TransformExponent(std::int32_t side) {
 FourierTransform::FourierTransform(int exponent)
     : exponent_(exponent),
       factors_((std::size_t{1} << exponent) / 2),
-      x_(std::size_t{1} << exponent),
-      y_(x_.size()) {
+      work_(std::size_t{1} << exponent) {
   for (std::size_t i = 0; i < factors_.size(); ++i) {
-    const double angle = static_cast<double>(i) * kMinusTwoPi / static_cast<double>(x_.size());
+    const double angle = static_cast<double>(i) * kMinusTwoPi / static_cast<double>(work_.size());
     factors_[i] = {std::cos(angle), std::sin(angle)};
   }
 }
 
 void FourierTransform::Run(const Complex* in, Complex* out) {
-  const std::size_t count = x_.size();
-  std::copy_n(in, count, x_.begin());
+  const std::size_t count = work_.size();
+  std::copy_n(in, count, work_.begin());
   for (int stage = 0; stage < exponent_; ++stage) {
     const std::size_t size = count >> stage, half = size / 2;
     for (std::size_t base = 0; base < count; base += size) {
       for (std::size_t i = 0; i < half; ++i) {
-        const Complex a = x_[base + i], b = x_[base + i + half];
-        y_[base + i] = Torvex::Add(a, b);
-        y_[base + i + half] = Torvex::Mul(Torvex::Sub(a, b), factors_[i << stage]);
+        // Each pair depends on itself alone, so that a stage can write where it has read.
+        Complex& low = work_[base + i];
+        Complex& high = work_[base + i + half];
+        const Complex difference = Torvex::Sub(low, high);
+        low = Torvex::Add(low, high);
+        high = Torvex::Mul(difference, factors_[i << stage]);
       }
     }
-    x_.swap(y_);
   }
   std::size_t reversed = 0;  // the bits of the place in reverse order
   for (std::size_t place = 0; place < count; ++place) {
-    out[place] = x_[reversed];
+    out[place] = work_[reversed];
     std::size_t bit = count / 2;
     while (bit != 0 && (reversed & bit) != 0) {
       reversed ^= bit;
@@ -102,7 +103,6 @@ FourierPlane::FourierPlane(std::int32_t width, std::int32_t height)
 void FourierPlane::Transform(Complex* first, Complex* second) {
   const auto w = static_cast<std::size_t>(width_), h = static_cast<std::size_t>(height_);
   const Complex zero{0.0, 0.0};
-  if (w == 0 || h == 0) return;
   for (std::size_t y = 0; y < h; ++y) {
     rows_.Run(first + w * y, second + w * y);
     std::fill(second + w * y + rowLength_, second + w * (y + 1), zero);
