@@ -1,5 +1,6 @@
 // JPEG files in.
 #include <cstring>
+#include <new>
 
 #include "image/missing_file_message.h"
 #include "image/pixel_store.h"
@@ -13,6 +14,14 @@ namespace {
 
 bool IsUsablePath(const char* path) { return path && std::strlen(path) > 4; }
 
+/// Reads, and lets go of the record. Throws std::bad_alloc if the codec ran out of memory.
+bool Read(JPEG_CORE_PROPERTIES& properties, IJLIOTYPE type) {
+  const IJLERR result = ijlRead(&properties, type);
+  ijlFree(&properties);
+  if (result == IJL_OUT_OF_MEMORY) throw std::bad_alloc();
+  return result == IJL_OK;
+}
+
 }  // namespace
 
 int CRastelo::GetSizeJPG(const char* path, LONG* width, LONG* height, int* bitCount) {
@@ -20,9 +29,7 @@ int CRastelo::GetSizeJPG(const char* path, LONG* width, LONG* height, int* bitCo
   JPEG_CORE_PROPERTIES properties;
   ijlInit(&properties);
   properties.JPGFile = path;
-  const bool understood = ijlRead(&properties, IJL_JFILE_READPARAMS) == IJL_OK;
-  ijlFree(&properties);
-  if (!understood) return 0;
+  if (!Read(properties, IJL_JFILE_READPARAMS)) return 0;
   *width = properties.JPGWidth;
   *height = properties.JPGHeight;
   if (bitCount) *bitCount = properties.JPGChannels * 8;
@@ -40,9 +47,12 @@ int CRastelo::ReadJpg(const char* path) {
   properties.DIBPadBytes = m_lLineBytes - m_lWidth * properties.DIBChannels;
   properties.DIBColor = m_nBitCount == 8 ? IJL_G : IJL_BGR;
   properties.JPGFile = path;
-  const bool decoded = ijlRead(&properties, IJL_JFILE_READWHOLEIMAGE) == IJL_OK;
-  ijlFree(&properties);
-  return decoded ? 1 : 0;
+  return Read(properties, IJL_JFILE_READWHOLEIMAGE) ? 1 : 0;
+}
+
+void CRastelo::KeepFileName(const char* path) noexcept {
+  std::memset(m_szFileName, 0, sizeof m_szFileName);
+  std::strncpy(m_szFileName, path, sizeof m_szFileName - 1);
 }
 
 int CRastelo::OpenJpgImg(const char* path) {
@@ -50,17 +60,26 @@ int CRastelo::OpenJpgImg(const char* path) {
     rastelo::ShowMissingFileMessage();
     return 0;
   }
-  std::memset(m_szFileName, 0, sizeof m_szFileName);
-  std::strncpy(m_szFileName, path, sizeof m_szFileName - 1);
-
   LONG width = 0, height = 0;
   int bitCount = 0;
-  if (!GetSizeJPG(path, &width, &height, &bitCount)) return 0;
-  if (!rastelo::IsKnownDepth(bitCount) || !rastelo::FitsBuffer(width, height, bitCount)) return 0;
+  if (!GetSizeJPG(path, &width, &height, &bitCount) || !rastelo::IsKnownDepth(bitCount) ||
+      !rastelo::FitsBuffer(width, height, bitCount)) {
+    KeepFileName(path);
+    return 0;
+  }
   const auto store = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
   const auto copy = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
+  const rastelo::PixelStore before{m_pImgBits, m_lWidth, m_lHeight, m_lLineBytes, m_nBitCount};
   Adopt(store);
-  if (!ReadJpg(path)) {
+  int decoded = 0;
+  try {
+    decoded = ReadJpg(path);
+  } catch (...) {
+    Adopt(before);
+    throw;
+  }
+  KeepFileName(path);
+  if (!decoded) {
     std::memset(store.bits.get(), 0, store.Bytes());
     return 0;
   }

@@ -48,9 +48,9 @@ class RASTELO_API CRastelo {
   CRastelo& operator=(const CRastelo& other);
   virtual ~CRastelo();
 
-  /// The current width in pixels, 0 without an image.
+  /// The current width in pixels: 0 on a new object and after Close.
   LONG GetWidth() const;
-  /// The current height in pixels, 0 without an image.
+  /// The current height in pixels: 0 on a new object and after Close.
   LONG GetHeight() const;
   /// Whether the object holds an image.
   bool IsOpened() const;
@@ -81,6 +81,7 @@ class RASTELO_API CRastelo {
   /// Writes the current image to `path`, as JPEG of default quality (".jpg", ".JPG"; one channel
   /// for 8 bits, three for 24) or as uncompressed BMP (".bmp", ".BMP"; 8 bits with a gray table).
   /// An existing file is overwritten in place.
+  /// A side of a JPEG picture has at most 65,500 pixels.
   /// @return 1, or 0: no image, a depth other than 8 and 24, another extension, a file that cannot
   /// be created (BMP: with a message box; JPEG: with a line on the standard error stream) or
   /// written, in which case it stays as far as it got.
@@ -111,7 +112,7 @@ class RASTELO_API CRastelo {
 
   /// Sets the stretch mode COLORONCOLOR on the device, if a BMP file has been opened since the
   /// object was made or closed. Draws nothing; the other arguments are not read.
-  /// @return 1 if it was set, else 0.
+  /// @return 1 if one has been opened, whatever the device does, else 0.
   int DrawImage(HDC hdc, RECT* rc, RECT* rc2, unsigned char* bits);
 
   /// Turns a 24-bit image into an 8-bit one; each pixel becomes
@@ -120,7 +121,9 @@ class RASTELO_API CRastelo {
   /// @return true, or false with nothing changed if there is no 24-bit image.
   bool RGBImg2Gray();
 
-  /// Turns the image a quarter: counter-clockwise if `direction` is 1, otherwise clockwise.
+  /// Turns the image a quarter: counter-clockwise if `direction` is 1, otherwise clockwise. Throws
+  /// std::bad_alloc, as for want of memory, where padding its new rows takes it over 2^31 - 1
+  /// bytes.
   void RotateImage_Dir(int direction);
 
   /// Does nothing.
@@ -143,7 +146,8 @@ class RASTELO_API CRastelo {
   /// Copies the block of `width` x `height` pixels whose lowest left pixel is column `x`, row `y`
   /// counted from the bottom, to `buffer`, lowest row first, rows ((depth * width + 31) / 32) * 4
   /// bytes apart. Bytes behind each row, and pixels outside the image, are left as they are.
-  /// Nothing is copied unless `bits` is the image's depth, 8 or 24. @return 1.
+  /// Nothing is copied unless `bits` is the image's depth, 8 or 24, and the block has at most
+  /// 2^31 - 1 bytes. @return 1.
   int GetImgBlock(int x, int y, int width, int height, int bits, unsigned char* buffer);
 
   /// Makes every pixel 0 but those in columns x + 1 to x + width - 1 and rows y + 1 to
@@ -188,9 +192,9 @@ class RASTELO_API CRastelo {
 
   /// Blackens the dark part of an 8-bit image, pass by pass: pixels below the threshold with the
   /// largest variance between the classes (Otsu 1979) become 0, then the levels from it on are
-  /// searched. Ends when the mean gray has changed by less than 10, or risen, from one pass to the
-  /// next, and after ten passes. Traces the mean gray of each pass and the duration. A 24-bit image
-  /// stays.
+  /// searched. Ends when the mean gray has fallen by 1 to 9, or risen, from one pass to the next,
+  /// and after ten passes; an unchanged mean goes on. Traces the mean gray of each pass and the
+  /// duration. A 24-bit image stays.
   void Segment_Otsu();
 
   /// Whitens the dark part of an 8-bit image and complements the rest. Pass by pass, pixels below
@@ -210,7 +214,8 @@ class RASTELO_API CRastelo {
   /// Transforms the gray image to coefficients (discrete Fourier transform, Cooley and Tukey 1965)
   /// and draws the map of their magnitudes, |F(u, v)| / 100 up to 255. A 24-bit image turns gray
   /// first. Of sides that are no powers of two, only the largest such part is transformed; what no
-  /// transform gives is 0. Takes 33 bytes a pixel. @return 1.
+  /// transform gives is 0. Keeps 33 bytes a pixel, and takes up to 24 more for a column or row of
+  /// pixels while it runs. @return 1.
   int FFT();
 
   /// Transforms the coefficients back and draws what comes out, the low byte of each value,
@@ -323,16 +328,18 @@ class RASTELO_API CRastelo {
   rastelo::View<const unsigned char> ConstPixels() const;
   rastelo::View<unsigned char> RowBytes();
   bool HasPixels() const;
+  bool CanDraw() const;
   bool HasKnownDepth() const;
   bool HasImageToSave() const;
   bool HasFrequencies() const;
   rastelo::PixelStore GrayCopy() const;
   int ZoomTo(LONG width, LONG height);
+  void KeepFileName(const char* path) noexcept;
   void Adopt(const rastelo::PixelStore& store) noexcept;
   void AdoptLoaded(const rastelo::PixelStore& store, const rastelo::PixelStore& copy) noexcept;
-  void AdoptFrequencies(const std::shared_ptr<Complex[]>& rows,
-                        const std::shared_ptr<Complex[]>& coefs,
-                        const std::shared_ptr<unsigned char[]>& map) noexcept;
+  struct FrequencyArrays;
+  FrequencyArrays TakeFrequencyArrays() const;
+  void AdoptFrequencies(const FrequencyArrays& arrays) noexcept;
   int m_nOrgBitCount = 0;  // depth of m_pOrgBits
   LONG m_lFreqWidth = 0;   // size that the frequency members were made for
   LONG m_lFreqHeight = 0;

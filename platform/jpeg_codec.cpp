@@ -21,12 +21,16 @@ constexpr int kMaxScans = 500;  // a progressive file may hold any number of the
 struct ErrorManager {
   jpeg_error_mgr base;  // first, so that libjpeg's pointer is also one to this record
   std::jmp_buf escape;
-  bool damaged;
+  bool damaged, outOfMemory;
 };
 
 ErrorManager& ErrorsOf(j_common_ptr codec) { return *reinterpret_cast<ErrorManager*>(codec->err); }
 
-[[noreturn]] void Escape(j_common_ptr codec) { std::longjmp(ErrorsOf(codec).escape, 1); }
+[[noreturn]] void Escape(j_common_ptr codec) {
+  ErrorManager& errors = ErrorsOf(codec);
+  errors.outOfMemory = codec->err->msg_code == JERR_OUT_OF_MEMORY;
+  std::longjmp(errors.escape, 1);
+}
 
 bool IsDamage(int warning) {
   switch (warning) {
@@ -56,12 +60,12 @@ jpeg_error_mgr* Prepare(ErrorManager& errors) {
   return &errors.base;
 }
 
-/// Runs `work` until its end or its first fatal error. @return whether nothing was wrong.
+/// Runs `work` until its end or its first fatal error.
 template <class Work>
-bool Survives(ErrorManager& errors, Work work) {
-  if (setjmp(errors.escape) != 0) return false;
+IJLERR Guard(ErrorManager& errors, Work work) {
+  if (setjmp(errors.escape) != 0) return errors.outOfMemory ? IJL_OUT_OF_MEMORY : IJL_FAILED;
   work();
-  return !errors.damaged;
+  return errors.damaged ? IJL_FAILED : IJL_OK;
 }
 
 /// Hands a file to the decoder, a buffer at a time.
@@ -107,8 +111,8 @@ class Decoder {
   Decoder(const Decoder&) = delete;
   Decoder& operator=(const Decoder&) = delete;
 
-  bool ReadParameters(JPEG_CORE_PROPERTIES& properties) {
-    return Survives(errors_, [&] {
+  IJLERR ReadParameters(JPEG_CORE_PROPERTIES& properties) {
+    return Guard(errors_, [&] {
       ReadHeader();
       properties.JPGWidth = static_cast<int>(codec_.image_width);
       properties.JPGHeight = static_cast<int>(codec_.image_height);
@@ -116,8 +120,8 @@ class Decoder {
     });
   }
 
-  bool ReadPixels(const JPEG_CORE_PROPERTIES& properties) {
-    return Survives(errors_, [&] {
+  IJLERR ReadPixels(const JPEG_CORE_PROPERTIES& properties) {
+    return Guard(errors_, [&] {
       ReadHeader();
       if (!IsFor(properties)) ERREXIT(&codec_, JERR_BAD_IN_COLORSPACE);
       codec_.out_color_space = properties.DIBColor == IJL_G ? JCS_GRAYSCALE : JCS_EXT_BGR;
@@ -198,8 +202,8 @@ class Encoder {
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
 
-  bool WritePixels(const JPEG_CORE_PROPERTIES& properties) {
-    return Survives(errors_, [&] {
+  IJLERR WritePixels(const JPEG_CORE_PROPERTIES& properties) {
+    return Guard(errors_, [&] {
       codec_.err = Prepare(errors_);
       jpeg_create_compress(&codec_);
       codec_.dest = &target_.base;
@@ -259,17 +263,17 @@ IJLERR ijlRead(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type) {
   File file = File::OpenExisting(properties->JPGFile);
   if (!file) return IJL_FAILED;
   Decoder decoder(file);
-  bool read = false;
-  if (type == IJL_JFILE_READPARAMS) read = decoder.ReadParameters(*properties);
-  if (type == IJL_JFILE_READWHOLEIMAGE) read = decoder.ReadPixels(*properties);
-  return read ? IJL_OK : IJL_FAILED;
+  if (type == IJL_JFILE_READPARAMS) return decoder.ReadParameters(*properties);
+  if (type == IJL_JFILE_READWHOLEIMAGE) return decoder.ReadPixels(*properties);
+  return IJL_FAILED;
 }
 
 IJLERR ijlWrite(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type) {
   if (!properties || type != IJL_JFILE_WRITEWHOLEIMAGE || !CanWrite(*properties)) return IJL_FAILED;
   File file = File::Create(properties->JPGFile);
   if (!file) return IJL_FAILED;
-  return Encoder(file).WritePixels(*properties) && file.Close() ? IJL_OK : IJL_FAILED;
+  const IJLERR written = Encoder(file).WritePixels(*properties);
+  return file.Close() ? written : IJL_FAILED;
 }
 
 IJLERR ijlFree(JPEG_CORE_PROPERTIES* properties) { return properties ? IJL_OK : IJL_FAILED; }

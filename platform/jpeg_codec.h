@@ -4,7 +4,7 @@
 namespace rastelo::platform {
 
 /// What a codec call did: IJL_OK, or anything else for a failure.
-enum IJLERR { IJL_OK = 0, IJL_FAILED = -1 };
+enum IJLERR { IJL_OK = 0, IJL_FAILED = -1, IJL_OUT_OF_MEMORY = -2 };
 
 enum IJLIOTYPE {
   IJL_JFILE_READPARAMS = 0,      // size and channels of a file
