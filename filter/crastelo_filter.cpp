@@ -1,5 +1,6 @@
 // Pixel filters, light measures and evening.
-#include <vector>
+#include <memory>
+#include <span>
 
 #include "filter/even_light.h"
 #include "filter/invert.h"
@@ -16,6 +17,17 @@ constexpr int kAllPixels = 255;  // a limit that no pixel is above
 /// Until more than 0.9 of the pixels are above 180, an image is not bright enough.
 constexpr int kBrightLevel = 180;
 constexpr double kBrightShare = 0.9;
+
+/// Room for the light of each column.
+struct LightTable {
+  explicit LightTable(LONG width)
+      : size(static_cast<std::size_t>(width)),
+        columns(std::make_unique<rastelo::ColumnLight[]>(size)) {}
+  std::span<rastelo::ColumnLight> Columns() const { return {columns.get(), size}; }
+
+  std::size_t size;
+  std::unique_ptr<rastelo::ColumnLight[]> columns;
+};
 
 }  // namespace
 
@@ -53,13 +65,13 @@ bool CRastelo::ImgGray_Exceed_Probability(int gray, double probability) {
 bool CRastelo::ImgAverageLight(int mode, int /*unused*/) {
   if (mode == 0) return ImgAverageLight_V(kAllPixels);
   if (mode != 2) return true;
-  std::vector<rastelo::ColumnLight> columns(static_cast<std::size_t>(RowBytes().width));
+  const LightTable table(RowBytes().width);
   int passes = 0;
   bool changed = true;
   do {
     ++passes;
-    rastelo::MeasureColumns(RowBytes(), kAllPixels, columns);
-    changed = rastelo::LiftColumns(RowBytes(), columns);
+    rastelo::MeasureColumns(RowBytes(), kAllPixels, table.Columns());
+    changed = rastelo::LiftColumns(RowBytes(), table.Columns());
   } while (changed && !ImgGray_Exceed_Probability(kBrightLevel, kBrightShare));
   // "Passes of evening by vertical projection: ", in code page 936.
   DebugTrace("%s%d",
@@ -70,9 +82,9 @@ bool CRastelo::ImgAverageLight(int mode, int /*unused*/) {
 }
 
 bool CRastelo::ImgAverageLight_V(int limit) {
-  std::vector<rastelo::ColumnLight> columns(static_cast<std::size_t>(RowBytes().width));
-  rastelo::MeasureColumns(RowBytes(), limit, columns);
-  rastelo::LiftColumns(RowBytes(), columns);
+  const LightTable table(RowBytes().width);
+  rastelo::MeasureColumns(RowBytes(), limit, table.Columns());
+  rastelo::LiftColumns(RowBytes(), table.Columns());
   return true;
 }
 

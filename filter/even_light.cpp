@@ -12,7 +12,7 @@ namespace {
 constexpr int kBrightestChanged = 240;
 
 /// The entry in the middle of the sorted means; of an even number, the upper one.
-int FindMedian(const std::vector<ColumnLight>& columns) {
+int FindMedian(std::span<const ColumnLight> columns) {
   std::array<std::size_t, 256> counts{};
   for (const ColumnLight& column : columns) ++counts[column.mean];
   std::size_t passed = counts[0];
@@ -26,7 +26,7 @@ struct Reference {
   double deviation;
 };
 
-std::optional<Reference> FindReference(const std::vector<ColumnLight>& columns) {
+std::optional<Reference> FindReference(std::span<const ColumnLight> columns) {
   if (columns.empty()) return std::nullopt;
   const int median = FindMedian(columns);
   std::int64_t means = 0, count = 0;
@@ -53,7 +53,7 @@ void ChooseLift(ColumnLight& column, const Reference& reference) {
 
 }  // namespace
 
-void MeasureColumns(ConstImageView gray, int limit, std::vector<ColumnLight>& columns) {
+void MeasureColumns(ConstImageView gray, int limit, std::span<ColumnLight> columns) {
   std::fill(columns.begin(), columns.end(), ColumnLight{});
   for (std::int32_t y = 0; y < gray.height; ++y) {
     const std::uint8_t* pixel = gray.Row(y);
@@ -77,7 +77,7 @@ void MeasureColumns(ConstImageView gray, int limit, std::vector<ColumnLight>& co
   }
 }
 
-bool LiftColumns(ImageView gray, std::vector<ColumnLight>& columns) {
+bool LiftColumns(ImageView gray, std::span<ColumnLight> columns) {
   const std::optional<Reference> reference = FindReference(columns);
   if (!reference) return false;
   for (ColumnLight& column : columns) ChooseLift(column, *reference);

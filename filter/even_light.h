@@ -1,7 +1,7 @@
 #ifndef RASTELO_FILTER_EVEN_LIGHT_H
 #define RASTELO_FILTER_EVEN_LIGHT_H
 
-#include <vector>
+#include <span>
 
 #include "image/image_view.h"
 
@@ -18,7 +18,7 @@ struct ColumnLight {
 /// Measures the columns of an 8-bit image: pixels of at most `limit` take part. The mean of none is
 /// 0; the deviation of fewer than two is 0.
 /// @param columns  W entries, of any content.
-void MeasureColumns(ConstImageView gray, int limit, std::vector<ColumnLight>& columns);
+void MeasureColumns(ConstImageView gray, int limit, std::span<ColumnLight> columns);
 
 /// Lifts dark columns towards the bright ones. The reference is the truncated mean of the means
 /// above their upper median, and the mean of those columns' deviations, in ascending order. In a
@@ -28,7 +28,7 @@ void MeasureColumns(ConstImageView gray, int limit, std::vector<ColumnLight>& co
 /// smaller, else 1. A column of one level stays where the reference's deviation is above 0. Without
 /// a column above the median there is no reference, and the pixels stay.
 /// @return whether a byte has changed.
-bool LiftColumns(ImageView gray, std::vector<ColumnLight>& columns);
+bool LiftColumns(ImageView gray, std::span<ColumnLight> columns);
 
 }  // namespace rastelo
 

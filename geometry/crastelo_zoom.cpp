@@ -28,7 +28,7 @@ int CRastelo::ZoomTo(LONG width, LONG height) {
   const bool hasTarget = width > 0 && height > 0;
   const bool hasSource = m_pOrgBits && m_lOrgWidth > 0 && m_lOrgHeight > 0;
   if (hasTarget && !hasSource) return 1;
-  if (m_pImgBits && !HasKnownDepth()) return 1;
+  if (m_pImgBits ? !HasKnownDepth() : width > 0 || height > 0) return 1;
   const auto target = rastelo::PixelStore::Zeroed(width, height, m_nBitCount);
   Zoom(m_lWidth, m_lHeight, m_pImgBits.get(), width, height, target.bits.get(), m_nBitCount);
   Adopt(target);

@@ -7,10 +7,10 @@
 namespace rastelo {
 namespace {
 
-/// Where a target column or row falls on the source: between two pixels, `near` and `far`.
+/// Where a target column or row falls on the source: on `pixel`, or between it and `next`.
 struct Sample {
-  std::int32_t near, far;
-  float nearWeight, farWeight;
+  std::int32_t pixel, next;
+  float pixelWeight, nextWeight;
 };
 
 Sample Place(std::int32_t target, float scale, std::int32_t sourceSide) {
@@ -18,9 +18,9 @@ Sample Place(std::int32_t target, float scale, std::int32_t sourceSide) {
   const auto whole = static_cast<std::int64_t>(place);
   const float part = place - static_cast<float>(whole);
   // Single precision may carry the last places of a very long side beyond it.
-  const auto near = static_cast<std::int32_t>(std::min<std::int64_t>(whole, sourceSide - 1));
-  const std::int32_t far = near == sourceSide - 1 ? std::max(near - 1, 0) : near + 1;
-  return {near, far, 1.0f - part, part};
+  const auto pixel = static_cast<std::int32_t>(std::min<std::int64_t>(whole, sourceSide - 1));
+  const std::int32_t next = pixel == sourceSide - 1 ? std::max(pixel - 1, 0) : pixel + 1;
+  return {pixel, next, 1.0f - part, part};
 }
 
 float Scale(std::int32_t sourceSide, std::int32_t targetSide) {
@@ -44,17 +44,17 @@ void ZoomPixels(ConstImageView source, ImageView target) {
   const float scaleY = Scale(source.height, target.height);
   for (std::int32_t y = 0; y < target.height; ++y) {
     const Sample v = Place(y, scaleY, source.height);
-    const std::uint8_t* nearRow = source.Row(v.near);
-    const std::uint8_t* farRow = source.Row(v.far);
+    const std::uint8_t* pixelRow = source.Row(v.pixel);
+    const std::uint8_t* nextRow = source.Row(v.next);
     std::uint8_t* to = target.Row(y);
     for (std::int32_t x = 0; x < target.width; ++x) {
       const Sample u = Place(x, scaleX, source.width);
-      const float weightA = u.nearWeight * v.nearWeight, weightB = u.farWeight * v.nearWeight;
-      const float weightC = u.nearWeight * v.farWeight, weightD = u.farWeight * v.farWeight;
+      const float weightA = u.pixelWeight * v.pixelWeight, weightB = u.nextWeight * v.pixelWeight;
+      const float weightC = u.pixelWeight * v.nextWeight, weightD = u.nextWeight * v.nextWeight;
       for (int c = 0; c < kTargetBytes; ++c) {
-        float value = load(nearRow, u.near, c) * weightA + load(nearRow, u.far, c) * weightB;
-        value = value + load(farRow, u.near, c) * weightC;
-        value = value + load(farRow, u.far, c) * weightD;
+        float value = load(pixelRow, u.pixel, c) * weightA + load(pixelRow, u.next, c) * weightB;
+        value = value + load(nextRow, u.pixel, c) * weightC;
+        value = value + load(nextRow, u.next, c) * weightD;
         *to++ = static_cast<std::uint8_t>(value);
       }
     }

@@ -1,7 +1,8 @@
 // BMP files in and out.
 #include <algorithm>
 #include <cstring>
-#include <vector>
+#include <memory>
+#include <span>
 
 #include "image/bmp_format.h"
 #include "image/key_colour.h"
@@ -12,10 +13,12 @@
 
 namespace {
 
+/// As much as the largest store needs, with room for headers, a colour table and some more.
+constexpr std::int64_t kMaxFileBytes = std::int64_t{INT32_MAX} + (1 << 20);
 constexpr std::size_t kKeptHeaderBytes = rastelo::kBmpInfoHeaderBytes + rastelo::kBmpGrayTableBytes;
 
 /// The first bytes behind the file header, filled up with 0.
-std::shared_ptr<unsigned char[]> CopyHeaderBlock(const std::vector<std::uint8_t>& data) {
+std::shared_ptr<unsigned char[]> CopyHeaderBlock(std::span<const std::uint8_t> data) {
   auto block = std::make_shared<unsigned char[]>(kKeptHeaderBytes);
   std::copy_n(data.begin(), std::min(data.size(), kKeptHeaderBytes), block.get());
   return block;
@@ -40,9 +43,11 @@ int CRastelo::OpenBmpImg(const char* path) {
   std::uint8_t fileHeader[rastelo::kBmpFileHeaderBytes];
   if (!file.ReadAll(fileHeader, sizeof fileHeader)) return 0;
   if (!rastelo::HasBmpMagic(fileHeader)) return 0;
-  if (size < std::int64_t{sizeof fileHeader} || size > INT32_MAX) return 0;
-  std::vector<std::uint8_t> data(static_cast<std::size_t>(size) - sizeof fileHeader);
-  if (!file.ReadAll(data.data(), data.size())) return 0;
+  if (size < std::int64_t{sizeof fileHeader} || size > kMaxFileBytes) return 0;
+  const std::size_t dataBytes = static_cast<std::size_t>(size) - sizeof fileHeader;
+  const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(dataBytes);
+  if (!file.ReadAll(buffer.get(), dataBytes)) return 0;
+  const std::span<const std::uint8_t> data(buffer.get(), dataBytes);
 
   const std::optional<rastelo::PixelStore> store = rastelo::DecodeBmp(data);
   if (!store) return 0;

@@ -1,7 +1,6 @@
 // Threshold searches and the segmentations that apply them.
 #include <memory>
 #include <numeric>
-#include <vector>
 
 #include "filter/invert.h"
 #include "geometry/gray.h"
@@ -100,9 +99,10 @@ void CRastelo::Segment_Graphcut() {
 void CRastelo::SearchOptimalThreshold_NDHM(int radius, int* result) {
   if (radius < 0) return;
   const rastelo::ImageView bytes = RowBytes();
-  std::vector<std::uint32_t> columnSums(static_cast<std::size_t>(bytes.width));
+  const auto columns = static_cast<std::size_t>(bytes.width);
+  const auto columnSums = std::make_unique<std::uint32_t[]>(columns);
   InverseGray();
-  const auto totals = rastelo::SumContrasts(bytes, radius, columnSums);
+  const auto totals = rastelo::SumContrasts(bytes, radius, {columnSums.get(), columns});
   for (const std::int32_t total : totals) DebugTrace("%d\n", static_cast<int>(total));
   *result = rastelo::FindContrastThreshold(totals);
 }

@@ -1,6 +1,7 @@
 // Steps that filter pixels and even the light.
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <vector>
@@ -13,7 +14,7 @@ namespace rastelo::tools {
 namespace {
 
 Action ParseSobel(const std::string&) {
-  return [](Session& session) { session.image.Img_Sobel(); };
+  return [](RunState& state) { state.image.Img_Sobel(); };
 }
 
 struct NamedTemplate {
@@ -36,7 +37,8 @@ const std::vector<NamedTemplate>& NamedTemplates() {
 std::vector<double> ReadTemplate(const std::string& path) {
   std::ifstream file(path);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
-  if (!file) throw OperationError("cannot read the template file '" + path + "'");
+  if (!file || !std::filesystem::is_regular_file(path))
+    throw OperationError("cannot read the template file '" + path + "'");
   std::vector<double> entries;
   constexpr const char* kBlanks = " \t\r\n";
   for (std::size_t place = text.find_first_not_of(kBlanks); place != std::string::npos;) {
@@ -60,8 +62,8 @@ Action ParseTemplate(const std::string& argument) {
       static_cast<std::size_t>(size) * static_cast<std::size_t>(size) != entries.size())
     throw UsageError("expected the numbers of a square with odd sides, found " +
                      std::to_string(entries.size()));
-  return [entries, size](Session& session) mutable {
-    session.image.ImgTemplateOperator(entries.data(), size);
+  return [entries, size](RunState& state) mutable {
+    state.image.ImgTemplateOperator(entries.data(), size);
   };
 }
 
@@ -70,23 +72,24 @@ Action ParsePush(const std::string& argument) {
   NumberReader reader(argument);
   const bool read = reader.Read(threshold);
   const bool low = reader.Skip(",low"), high = reader.Skip(",high");
-  if (!read || !reader.AtEnd()) throw UsageError("expected push=LEVEL, then ,low or ,high or both");
-  return [=](Session& session) { session.image.ImgTrans2_0_1(threshold, low, high); };
+  if (!read || !reader.AtEnd() || !(low || high))
+    throw UsageError("expected push=LEVEL, then ,low or ,high or both");
+  return [=](RunState& state) { state.image.ImgTrans2_0_1(threshold, low, high); };
 }
 
 Action ParseInvert(const std::string&) {
-  return [](Session& session) {
-    RequireGray(session.image);
-    session.image.InverseGray();
+  return [](RunState& state) {
+    RequireGray(state.image);
+    state.image.InverseGray();
   };
 }
 
 Action ParseLight(const std::string& argument) {
   if (argument != "0" && argument != "2") throw UsageError("expected light=0 or light=2");
   const int mode = argument == "0" ? 0 : 2;
-  return [mode](Session& session) {
-    RequireGray(session.image);
-    session.image.ImgAverageLight(mode, 0);
+  return [mode](RunState& state) {
+    RequireGray(state.image);
+    state.image.ImgAverageLight(mode, 0);
   };
 }
 
@@ -96,9 +99,9 @@ Action ParseExceeds(const std::string& argument) {
   NumberReader reader(argument);
   if (!reader.Read(level) || !reader.Skip(",") || !reader.Read(share) || !reader.AtEnd())
     throw UsageError("expected a level and a share of the pixels, as in exceeds=180,0.9");
-  return [=](Session& session) {
-    RequireGray(session.image);
-    const bool exceeds = session.image.ImgGray_Exceed_Probability(level, share);
+  return [=](RunState& state) {
+    RequireGray(state.image);
+    const bool exceeds = state.image.ImgGray_Exceed_Probability(level, share);
     std::printf("%s than %g of the pixels above level %d\n", exceeds ? "more" : "no more", share,
                 level);
   };

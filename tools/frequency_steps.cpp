@@ -20,9 +20,9 @@ std::vector<unsigned char> RequireMap(const CRastelo& image) {
 }
 
 Action ParseFft(const std::string&) {
-  return [](Session& session) {
-    session.image.FFT();
-    session.isReconstruction = false;
+  return [](RunState& state) {
+    state.image.FFT();
+    state.isReconstruction = false;
   };
 }
 
@@ -31,34 +31,34 @@ Action ParseCut(const std::string& argument) {
   NumberReader reader(argument);
   if (!reader.Read(limit) || !reader.AtEnd() || std::isnan(limit))
     throw UsageError("expected a number: the largest magnitude / 100 to keep");
-  return [limit](Session& session) {
-    RequireMap(session.image);
-    if (session.isReconstruction) throw OperationError("ifft has used the coefficients up");
-    session.image.ILPF(limit);
+  return [limit](RunState& state) {
+    RequireMap(state.image);
+    if (state.isReconstruction) throw OperationError("ifft has used the coefficients up");
+    state.image.ILPF(limit);
   };
 }
 
 Action ParseIfft(const std::string&) {
-  return [](Session& session) {
-    RequireMap(session.image);
-    if (session.isReconstruction) throw OperationError("ifft has used the coefficients up");
-    session.image.IFFT();
-    session.isReconstruction = true;
+  return [](RunState& state) {
+    RequireMap(state.image);
+    if (state.isReconstruction) throw OperationError("ifft has used the coefficients up");
+    state.image.IFFT();
+    state.isReconstruction = true;
   };
 }
 
 /// The map as a gray picture: of magnitudes, columns along u; of a reconstruction, its quadrants
 /// back in their places.
-CRastelo PictureOfMap(const Session& session) {
-  const std::vector<unsigned char> cells = RequireMap(session.image);
-  const int width = session.image.GetWidth(), height = session.image.GetHeight();
+CRastelo PictureOfMap(const RunState& state) {
+  const std::vector<unsigned char> cells = RequireMap(state.image);
+  const int width = state.image.GetWidth(), height = state.image.GetHeight();
   const auto shift = [](int place, int side) {
     return place < side / 2 ? place + side / 2 : place - side / 2;
   };
   const PixelStore store = PixelStore::Zeroed(width, height, 8);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      const std::ptrdiff_t cell = session.isReconstruction
+      const std::ptrdiff_t cell = state.isReconstruction
                                       ? std::ptrdiff_t{width} * shift(y, height) + shift(x, width)
                                       : std::ptrdiff_t{height} * x + y;
       store.Pixels().Row(y)[x] = cells[static_cast<std::size_t>(cell)];
@@ -70,10 +70,14 @@ CRastelo PictureOfMap(const Session& session) {
 }
 
 Action ParseSpectrum(const std::string& path) {
-  if (path.empty()) return [](Session& session) { session.image = PictureOfMap(session); };
+  if (path.empty())
+    return [](RunState& state) {
+      state.image = PictureOfMap(state);
+      state.hasVisibleArea = false;
+    };
   RequirePictureName(path);
-  return [path](Session& session) {
-    CRastelo picture = PictureOfMap(session);
+  return [path](RunState& state) {
+    CRastelo picture = PictureOfMap(state);
     SavePicture(path, [&](const char* name) { return picture.SaveAs(name); });
   };
 }

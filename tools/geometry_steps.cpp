@@ -15,13 +15,13 @@ namespace {
 constexpr int kMaxPlace = 1'000'000'000;  // of a rectangle; leaves room for a step beyond it
 
 Action ParseGray(const std::string&) {
-  return [](Session& session) { session.image.RGBImg2Gray(); };  // leaves a gray picture as it is
+  return [](RunState& state) { state.image.RGBImg2Gray(); };  // leaves a gray picture as it is
 }
 
 Action ParseRotate(const std::string& argument) {
   if (argument != "ccw" && argument != "cw") throw UsageError("expected rotate=ccw or rotate=cw");
   const int direction = argument == "ccw" ? 1 : 0;
-  return [direction](Session& session) { session.image.RotateImage_Dir(direction); };
+  return [direction](RunState& state) { state.image.RotateImage_Dir(direction); };
 }
 
 struct Rectangle {
@@ -41,8 +41,8 @@ Rectangle ParseRectangle(const std::string& argument) {
 }
 
 Action ParseCrop(const std::string& argument) {
-  return [r = ParseRectangle(argument)](Session& session) {
-    CRastelo& image = session.image;
+  return [r = ParseRectangle(argument)](RunState& state) {
+    CRastelo& image = state.image;
     if (r.x + r.width > image.GetWidth() || r.y + r.height > image.GetHeight())
       throw OperationError("the rectangle reaches outside the picture of " +
                            std::to_string(image.GetWidth()) + " x " +
@@ -56,17 +56,17 @@ Action ParseCrop(const std::string& argument) {
 }
 
 Action ParseKeep(const std::string& argument) {
-  return [r = ParseRectangle(argument)](Session& session) {
+  return [r = ParseRectangle(argument)](RunState& state) {
     // The library keeps what lies strictly between the sides.
-    session.image.ReserveImgBlock(r.x - 1, r.y - 1, r.width + 1, r.height + 1);
+    state.image.ReserveImgBlock(r.x - 1, r.y - 1, r.width + 1, r.height + 1);
   };
 }
 
 Action ParseRows(const std::string&) {
-  return [](Session& session) {
-    RequireGray(session.image);
-    std::vector<LONG> sums(static_cast<std::size_t>(session.image.GetHeight()));
-    session.image.ImgProjectionHorizon(sums.data());
+  return [](RunState& state) {
+    RequireGray(state.image);
+    std::vector<LONG> sums(static_cast<std::size_t>(state.image.GetHeight()));
+    state.image.ImgProjectionHorizon(sums.data());
     std::puts("row from the top\tsum of its gray levels");
     for (std::size_t row = 0; row < sums.size(); ++row)
       std::printf("%zu\t%d\n", row, static_cast<int>(sums[row]));
@@ -75,8 +75,8 @@ Action ParseRows(const std::string&) {
 
 /// A zoom whose result the library leaves out where it has no size.
 Action MakeZoom(double factor) {
-  return [factor](Session& session) {
-    CRastelo& image = session.image;
+  return [factor](RunState& state) {
+    CRastelo& image = state.image;
     const auto width = ZoomSide(image.GetWidth(), factor);
     const auto height = ZoomSide(image.GetHeight(), factor);
     image.Zoom_In(factor);
@@ -105,9 +105,9 @@ Action ParseSize(const std::string& argument) {
   NumberReader reader(argument);
   if (!ReadSize(reader, kMaxPlace, size) || !reader.AtEnd())
     throw UsageError("expected WxH, sides above 0");
-  return [size](Session& session) {
-    session.image.Zoom_Size(size.width, size.height);
-    if (session.image.GetWidth() != size.width || session.image.GetHeight() != size.height)
+  return [size](RunState& state) {
+    state.image.Zoom_Size(size.width, size.height);
+    if (state.image.GetWidth() != size.width || state.image.GetHeight() != size.height)
       throw OperationError("the picture would be too large");
   };
 }

@@ -27,9 +27,9 @@ LevelTables CountLevels(CRastelo& image) {
 
 Action ParseHistogram(const std::string& path) {
   if (path.empty())
-    return [](Session& session) {
-      const LevelTables tables = CountLevels(session.image);
-      const int planes = session.image.IsCanTrans2Gray() ? 3 : 1;
+    return [](RunState& state) {
+      const LevelTables tables = CountLevels(state.image);
+      const int planes = state.image.IsCanTrans2Gray() ? 3 : 1;
       std::puts(planes == 3 ? "level\tblue\tgreen\tred" : "level\tpixels");
       for (int level = 0; level < 256; ++level) {
         std::printf("%d", level);
@@ -39,19 +39,19 @@ Action ParseHistogram(const std::string& path) {
       }
     };
   RequirePictureName(path);
-  return [path](Session& session) {
-    const LevelTables tables = CountLevels(session.image);
+  return [path](RunState& state) {
+    const LevelTables tables = CountLevels(state.image);
     HistogramPlot plot;
-    plot.title = std::to_string(session.image.GetWidth()) + " x " +
-                 std::to_string(session.image.GetHeight()) + " pixels";
-    if (session.image.IsCanTrans2Gray()) {
+    plot.title = std::to_string(state.image.GetWidth()) + " x " +
+                 std::to_string(state.image.GetHeight()) + " pixels";
+    if (state.image.IsCanTrans2Gray()) {
       plot.curves = {{"blue", {200, 90, 30}, tables.planes[0]},
                      {"green", {60, 150, 50}, tables.planes[1]},
                      {"red", {50, 50, 210}, tables.planes[2]}};
     } else {
       plot.curves = {{"gray", {90, 75, 65}, tables.planes[0]}};
     }
-    if (session.threshold) plot.mark = *session.threshold;
+    if (state.threshold) plot.mark = *state.threshold;
     CRastelo picture = DrawHistogram(plot);
     SavePicture(path, [&](const char* name) { return picture.SaveAs(name); });
   };
@@ -65,23 +65,23 @@ Action ParseEqualize(const std::string& argument) {
   if (argument == "3") equalize = &CRastelo::HistogramEqualization3;
   if (!equalize) throw UsageError("expected equalize, or equalize=1, 2 or 3");
   const bool grayOnly = argument == "2" || argument == "3";
-  return [equalize, grayOnly](Session& session) {
-    if (grayOnly) RequireGray(session.image);
-    (session.image.*equalize)();
+  return [equalize, grayOnly](RunState& state) {
+    if (grayOnly) RequireGray(state.image);
+    (state.image.*equalize)();
   };
 }
 
 Action ParseOtsu(const std::string&) {
-  return [](Session& session) {
-    RequireGray(session.image);
-    session.image.Segment_Otsu();
+  return [](RunState& state) {
+    RequireGray(state.image);
+    state.image.Segment_Otsu();
   };
 }
 
 Action ParseGraphCut(const std::string&) {
-  return [](Session& session) {
-    RequireGray(session.image);
-    session.image.Segment_Graphcut();
+  return [](RunState& state) {
+    RequireGray(state.image);
+    state.image.Segment_Graphcut();
   };
 }
 
@@ -90,9 +90,9 @@ Action ParseNdhm(const std::string& argument) {
   NumberReader reader(argument);
   if (!reader.Read(radius) || !reader.AtEnd() || radius < 0)
     throw UsageError("expected a whole number of pixels, 0 or more");
-  return [radius](Session& session) {
-    RequireGray(session.image);
-    session.image.Segment_NDHM(radius);
+  return [radius](RunState& state) {
+    RequireGray(state.image);
+    state.image.Segment_NDHM(radius);
   };
 }
 
@@ -115,13 +115,13 @@ std::optional<int> FindThreshold(CRastelo& image, bool graphCut) {
 Action ParseThreshold(const std::string& argument) {
   if (argument != "otsu" && argument != "graph-cut")
     throw UsageError("expected threshold=otsu or threshold=graph-cut");
-  return [argument](Session& session) {
-    RequireGray(session.image);
-    const std::optional<int> level = FindThreshold(session.image, argument == "graph-cut");
+  return [argument](RunState& state) {
+    RequireGray(state.image);
+    const std::optional<int> level = FindThreshold(state.image, argument == "graph-cut");
     std::printf("%s threshold: %s\n", argument.c_str(),
                 level ? std::to_string(*level).c_str() : "none parts this picture");
-    session.threshold.reset();
-    if (level) session.threshold = PlotMark{argument, *level};
+    state.threshold.reset();
+    if (level) state.threshold = PlotMark{argument, *level};
   };
 }
 

@@ -43,10 +43,10 @@ std::vector<Action> ParseSteps(const std::vector<std::string>& steps) {
 }
 
 CRastelo RunSteps(const std::string& picture, bool asIs, const std::vector<Action>& actions) {
-  Session session;
-  OpenPicture(session.image, picture, asIs);
-  for (const Action& action : actions) action(session);
-  return session.image;
+  RunState state;
+  OpenPicture(state.image, picture, asIs);
+  for (const Action& action : actions) action(state);
+  return state.image;
 }
 
 void Run(const Request& request) {

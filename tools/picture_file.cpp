@@ -57,6 +57,21 @@ void OpenBmpAsIs(CRastelo& image, const std::string& path) {
   image.SetExternalImageBits(store->bits.get(), store->width, store->height, store->bitCount);
 }
 
+/// Keeps message boxes of the library from the screen, whose words this tool says better.
+struct QuietBoxes {
+  explicit QuietBoxes(MessageBoxHook hook) { SetMessageBoxHook(std::move(hook)); }
+  ~QuietBoxes() { SetMessageBoxHook({}); }
+};
+
+/// Removes a file unless it has been renamed.
+struct TemporaryFile {
+  fs::path path;
+  ~TemporaryFile() {
+    std::error_code error;
+    fs::remove(path, error);
+  }
+};
+
 /// A name in the same folder that no file has.
 fs::path NameBeside(const fs::path& target) {
   std::random_device random;
@@ -84,17 +99,16 @@ bool HasPictureExtension(const std::string& path) {
 void OpenPicture(CRastelo& image, const std::string& path, bool asIs) {
   if (!HasPictureExtension(path)) FailToOpen(path, "its name must end in .bmp, .BMP, .jpg or .JPG");
   int openError = 0;
-  SetMessageBoxHook([&](const char*, const char*) { openError = errno; });
+  const QuietBoxes quiet([&](const char*, const char*) { openError = errno; });
   errno = 0;
   const bool opened = image.OpenImage(path.c_str()) != 0;
-  SetMessageBoxHook({});
   if (openError != 0) FailToOpen(path, std::strerror(openError));
   if (!opened) FailToOpen(path, IsBmpName(path) ? kUnusableBmp : WhyJpegFailed(image, path));
   if (asIs && IsBmpName(path)) OpenBmpAsIs(image, path);
 }
 
 void SavePicture(const std::string& path, const std::function<int(const char*)>& save) {
-  SetMessageBoxHook([](const char*, const char*) {});  // this function says it better
+  const QuietBoxes quiet([](const char*, const char*) {});
   std::error_code error;
   const fs::file_status before = fs::status(path, error);
   if (fs::is_directory(before)) FailToSave(path, "it is a folder");
@@ -104,19 +118,18 @@ void SavePicture(const std::string& path, const std::function<int(const char*)>&
   }
 
   const fs::path target = fs::exists(before) ? fs::canonical(path) : fs::path(path);
-  const fs::path beside = NameBeside(target);
+  const TemporaryFile beside{NameBeside(target)};
   errno = 0;
-  if (!std::ofstream(beside)) FailToSave(path, Reason(errno, "its folder cannot be written to"));
-  std::string reason = TrySave(beside, save);
+  if (!std::ofstream(beside.path))
+    FailToSave(path, Reason(errno, "its folder cannot be written to"));
+  std::string reason = TrySave(beside.path, save);
   if (reason.empty()) {
-    if (fs::exists(before)) fs::permissions(beside, before.permissions(), error);
+    if (fs::exists(before)) fs::permissions(beside.path, before.permissions(), error);
     error.clear();
-    fs::rename(beside, target, error);
+    fs::rename(beside.path, target, error);
     if (error) reason = error.message();
   }
-  if (reason.empty()) return;
-  fs::remove(beside, error);
-  FailToSave(path, reason);
+  if (!reason.empty()) FailToSave(path, reason);
 }
 
 }  // namespace rastelo::tools

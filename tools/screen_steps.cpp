@@ -13,8 +13,8 @@ namespace {
 constexpr int kMaxSide = 32767;
 
 Action ParseInfo(const std::string&) {
-  return [](Session& session) {
-    const CRastelo& image = session.image;
+  return [](RunState& state) {
+    const CRastelo& image = state.image;
     std::printf("%d x %d pixels, %d bits a pixel (%s)\n", static_cast<int>(image.GetWidth()),
                 static_cast<int>(image.GetHeight()), BitCount(image),
                 image.IsCanTrans2Gray() ? "colour" : "gray");
@@ -38,46 +38,46 @@ ScreenSize ParseScreenSize(const std::string& argument, bool withOffsets) {
 }
 
 Action ParseDraw(const std::string& argument) {
-  return [size = ParseScreenSize(argument, true)](Session& session) {
-    session.screen.emplace(size.width, size.height);
+  return [size = ParseScreenSize(argument, true)](RunState& state) {
+    state.screen.emplace(size.width, size.height);
     RECT all{0, 0, size.width, size.height};
-    session.image.DrawImage(&*session.screen, &all, size.dx, size.dy, nullptr);
-    session.hasVisibleArea = true;
+    state.image.DrawImage(&*state.screen, &all, size.dx, size.dy, nullptr);
+    state.hasVisibleArea = true;
   };
 }
 
 Action ParseStretch(const std::string& argument) {
-  return [size = ParseScreenSize(argument, false)](Session& session) {
-    session.screen.emplace(size.width, size.height);
-    session.screen->SetStretchBltMode(HALFTONE);
+  return [size = ParseScreenSize(argument, false)](RunState& state) {
+    state.screen.emplace(size.width, size.height);
+    state.screen->SetStretchBltMode(HALFTONE);
     RECT all{0, 0, size.width, size.height};
-    if (session.image.DrawImage(&*session.screen, &all, true) == 0)
+    if (state.image.DrawImage(&*state.screen, &all, true) == 0)
       throw OperationError("the picture could not be drawn");
   };
 }
 
 Action ParseScreen(const std::string& path) {
   RequirePictureName(path);
-  return [path](Session& session) {
-    if (!session.screen)
+  return [path](RunState& state) {
+    if (!state.screen)
       throw OperationError("nothing has been drawn yet; put draw or stretch before it");
-    CRastelo picture = PictureOf(*session.screen);
+    CRastelo picture = PictureOf(*state.screen);
     SavePicture(path, [&](const char* name) { return picture.SaveAs(name); });
   };
 }
 
 Action ParseSave(const std::string& path) {
   RequirePictureName(path);
-  return [path](Session& session) {
-    SavePicture(path, [&](const char* name) { return session.image.SaveAs(name); });
+  return [path](RunState& state) {
+    SavePicture(path, [&](const char* name) { return state.image.SaveAs(name); });
   };
 }
 
 Action ParseSaveVisible(const std::string& path) {
-  return [path](Session& session) {
-    if (!session.hasVisibleArea)
+  return [path](RunState& state) {
+    if (!state.hasVisibleArea)
       throw OperationError("nothing has been drawn one to one yet; put draw before it");
-    SavePicture(path, [&](const char* name) { return session.image.SaveAs_visible_JPG(name); });
+    SavePicture(path, [&](const char* name) { return state.image.SaveAs_visible_JPG(name); });
   };
 }
 

@@ -29,9 +29,9 @@ Action ParseStep(const std::string& text) {
       throw UsageError("step '" + text + "': expected " + name + std::string(step.argument));
     try {
       const Action action = step.parse(argument);
-      return [text, action](Session& session) {
+      return [text, action](RunState& state) {
         try {
-          action(session);
+          action(state);
         } catch (const OperationError& error) {
           throw OperationError("step '" + text + "': " + error.what());
         }

@@ -13,7 +13,7 @@
 namespace rastelo::tools {
 
 /// What the steps of one run share: the picture and the screen that it was last drawn on.
-struct Session {
+struct RunState {
   CRastelo image;
   std::optional<MemoryDeviceContext> screen;
   bool hasVisibleArea = false;        // a one-to-one draw has been made
@@ -22,7 +22,7 @@ struct Session {
 };
 
 /// Carries a step out. Throws an OperationError that says what failed.
-using Action = std::function<void(Session&)>;
+using Action = std::function<void(RunState&)>;
 
 /// One operation as a user writes it: NAME or NAME=ARGUMENT.
 struct Step {

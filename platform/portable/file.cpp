@@ -27,7 +27,10 @@ File File::OpenExisting(const char* path) {
 }
 
 File File::Create(const char* path) {
-  return File(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666));
+  // As above; writing itself waits where it has to.
+  const int descriptor = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666);
+  if (descriptor >= 0) ::fcntl(descriptor, F_SETFL, O_WRONLY);
+  return File(descriptor);
 }
 
 File::~File() { Close(); }

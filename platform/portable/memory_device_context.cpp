@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "image/image_view.h"
@@ -114,10 +116,15 @@ void Combine(const Source& source, Span columns, Span rows, int mode, unsigned c
 
 }  // namespace
 
+static std::size_t SurfaceBytes(std::int64_t width, std::int64_t height) {
+  if (width * height > PTRDIFF_MAX / 4) throw std::bad_alloc();
+  return static_cast<std::size_t>(width * height * 4);
+}
+
 MemoryDeviceContext::MemoryDeviceContext(int width, int height)
     : width_(std::max(width, 0)),
       height_(std::max(height, 0)),
-      surface_(std::size_t(width_) * std::size_t(height_) * 4) {}
+      surface_(SurfaceBytes(width_, height_)) {}
 
 const unsigned char* MemoryDeviceContext::Pixel(int x, int y) const {
   if (x < 0 || x >= width_ || y < 0 || y >= height_) return nullptr;
