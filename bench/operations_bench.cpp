@@ -6,6 +6,8 @@
 #include "bench/peak_memory.h"
 #include "bench/plain.h"
 #include "filter/even_light.h"
+#include "filter/invert.h"
+#include "filter/push.h"
 #include "filter/sobel.h"
 #include "filter/template_operator.h"
 #include "frequency/fourier.h"
@@ -130,11 +132,26 @@ void BM_Sobel(benchmark::State& state, void (*apply)(ImageView)) { RunInPlace(st
 BENCHMARK_CAPTURE(BM_Sobel, ours, ApplySobel)->Arg(kSide)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Sobel, plain, plain::ApplySobel)->Arg(kSide)->Unit(benchmark::kMillisecond);
 
-void BM_Template(benchmark::State& state) {
+using Template = void (*)(ImageView, const double*, std::int32_t);
+void BM_Template(benchmark::State& state, Template apply) {
   const std::vector<double> mean(9, 1.0 / 9);
-  RunInPlace(state, [&](ImageView gray) { ApplyTemplate(gray, mean.data(), 3); });
+  RunInPlace(state, [&](ImageView gray) { apply(gray, mean.data(), 3); });
 }
-BENCHMARK(BM_Template)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Template, ours, ApplyTemplate)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Template, plain, plain::ApplyTemplate)
+    ->Arg(kSide)
+    ->Unit(benchmark::kMillisecond);
+
+using Push = void (*)(ImageView, int, bool, bool);
+void BM_Push(benchmark::State& state, Push push) {
+  RunInPlace(state, [&](ImageView gray) { push(gray, 90, true, true); });
+}
+BENCHMARK_CAPTURE(BM_Push, ours, PushLevels)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Push, plain, plain::PushLevels)->Arg(kSide)->Unit(benchmark::kMillisecond);
+
+void BM_Invert(benchmark::State& state, void (*invert)(ImageView)) { RunInPlace(state, invert); }
+BENCHMARK_CAPTURE(BM_Invert, ours, InvertBytes)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Invert, plain, plain::InvertBytes)->Arg(kSide)->Unit(benchmark::kMillisecond);
 
 void EvenColumns(ImageView gray) {
   std::vector<ColumnLight> columns(static_cast<std::size_t>(gray.width));
@@ -147,24 +164,21 @@ BENCHMARK_CAPTURE(BM_EvenLight, plain, plain::EvenColumns)
     ->Arg(kSide)
     ->Unit(benchmark::kMillisecond);
 
-/// All rows of a square of elements, one after the other.
-void BM_TransformRows(benchmark::State& state, bool isPlain) {
-  const int exponent = static_cast<int>(state.range(0));
-  const std::size_t length = std::size_t{1} << exponent;
-  std::vector<Complex> in(length, {1.0, 0.5}), out(length);
-  FourierTransform transform(exponent);
+void BM_TransformPlane(benchmark::State& state, bool isPlain) {
+  const int exponent = static_cast<int>(state.range(0)), side = 1 << exponent;
+  const std::size_t count = std::size_t{1} << (2 * exponent);
+  std::vector<Complex> first(count, {1.0, 0.5}), second(count);
+  FourierPlane plane(side, side);
   for (auto _ : state) {
-    for (std::size_t row = 0; row < length; ++row) {
-      if (isPlain)
-        plain::RunTransform(in.data(), out.data(), exponent);
-      else
-        transform.Run(in.data(), out.data());
-    }
+    if (isPlain)
+      plain::TransformPlane(first.data(), second.data(), exponent);
+    else
+      plane.Transform(first.data(), second.data());
     benchmark::ClobberMemory();
   }
 }
-BENCHMARK_CAPTURE(BM_TransformRows, ours, false)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_TransformRows, plain, true)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_TransformPlane, ours, false)->Arg(11)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_TransformPlane, plain, true)->Arg(11)->Unit(benchmark::kMillisecond);
 
 /// What an operation takes at its peak, in bytes a pixel of its result, beside the object it runs
 /// on.
@@ -182,12 +196,26 @@ CRastelo ObjectWith(const PixelStore& picture) {
   return image;
 }
 
+/// A transform of a new object, of one that has been transformed, and the ways back.
 void BM_Fft(benchmark::State& state) {
   CRastelo image = ObjectWith(Picture(state.range(0)));
+  if (state.range(1) != 0) image.FFT();
   CountPeak(state, image, [](CRastelo& object) { return object.FFT(); });
   for (auto _ : state) image.FFT();
 }
-BENCHMARK(BM_Fft)->Arg(2048)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Fft)->Args({2048, 0})->Args({2048, 1})->Unit(benchmark::kMillisecond);
+
+void BM_CutAndBack(benchmark::State& state) {
+  CRastelo image = ObjectWith(Picture(state.range(0)));
+  for (auto _ : state) {
+    state.PauseTiming();
+    image.FFT();
+    state.ResumeTiming();
+    image.ILPF(300.0);
+    image.IFFT();
+  }
+}
+BENCHMARK(BM_CutAndBack)->Arg(2048)->Unit(benchmark::kMillisecond);
 
 void BM_ZoomObject(benchmark::State& state) {
   CRastelo image = ObjectWith(Picture(state.range(0)));

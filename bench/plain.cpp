@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <cstdlib>
 #include <numeric>
 
 #include "platform/torvex.h"
@@ -103,6 +104,38 @@ void ApplySobel(ImageView gray) {
   }
 }
 
+void ApplyTemplate(ImageView gray, const double* entries, std::int32_t size) {
+  const std::int32_t half = size / 2, first = std::max(1, half);
+  for (std::int32_t y = first; y < gray.height - half; ++y) {
+    for (std::int32_t x = first; x < gray.width - half; ++x) {
+      int sum = 0;
+      for (std::int32_t a = 0; a < size; ++a)
+        for (std::int32_t b = 0; b < size; ++b)
+          sum =
+              static_cast<int>(gray.Row(y - half + a)[x - half + b] * entries[a * size + b] + sum);
+      gray.Row(y)[x] = static_cast<std::uint8_t>(std::min(std::abs(sum), 255));
+    }
+  }
+}
+
+void PushLevels(ImageView gray, int threshold, bool clearLow, bool raiseHigh) {
+  for (std::int32_t y = 0; y < gray.height; ++y) {
+    for (std::int32_t x = 0; x < gray.width; ++x) {
+      if (gray.Row(y)[x] < threshold) {
+        if (clearLow) gray.Row(y)[x] = 0;
+      } else if (raiseHigh) {
+        gray.Row(y)[x] = 255;
+      }
+    }
+  }
+}
+
+void InvertBytes(ImageView image) {
+  for (std::int32_t y = 0; y < image.height; ++y)
+    for (std::int32_t x = 0; x < image.width; ++x)
+      image.Row(y)[x] = static_cast<std::uint8_t>(255 - image.Row(y)[x]);
+}
+
 void EvenColumns(ImageView gray) {
   struct Column {
     int mean;
@@ -171,6 +204,16 @@ void RunTransform(const Complex* in, Complex* out, int exponent) {
     for (int bit = 0; bit < exponent; ++bit) reversed |= (j >> bit & 1) << (exponent - 1 - bit);
     out[j] = x[static_cast<std::size_t>(reversed)];
   }
+}
+
+void TransformPlane(Complex* first, Complex* second, int exponent) {
+  const std::size_t side = std::size_t{1} << exponent;
+  for (std::size_t y = 0; y < side; ++y)
+    RunTransform(first + side * y, second + side * y, exponent);
+  for (std::size_t y = 0; y < side; ++y)
+    for (std::size_t x = 0; x < side; ++x) first[side * x + y] = second[side * y + x];
+  for (std::size_t x = 0; x < side; ++x)
+    RunTransform(first + side * x, second + side * x, exponent);
 }
 
 }  // namespace plain

@@ -17,8 +17,13 @@ void SumAffinities(rastelo::ConstImageView gray, rastelo::AffinityTable& affinit
 std::array<std::int32_t, 256> SumContrasts(rastelo::ConstImageView gray, std::int32_t radius);
 void ZoomBilinear(rastelo::ConstImageView source, rastelo::ImageView target);
 void ApplySobel(rastelo::ImageView gray);
+void ApplyTemplate(rastelo::ImageView gray, const double* entries, std::int32_t size);
+void PushLevels(rastelo::ImageView gray, int threshold, bool clearLow, bool raiseHigh);
+void InvertBytes(rastelo::ImageView image);
 void EvenColumns(rastelo::ImageView gray);
 void RunTransform(const Complex* in, Complex* out, int exponent);
+/// Of a square whose sides are powers of two.
+void TransformPlane(Complex* first, Complex* second, int exponent);
 
 }  // namespace plain
 
