@@ -79,14 +79,13 @@ TEST(PixelFilters, ReadWhatTheyHaveWritten) {
   };
   for (auto [entries, level, centre] : cases) {
     const std::vector row(3, level);
-    EXPECT_EQ(After({row, row, row}, [&](auto& o) { o.ImgTemplateOperator(entries.data(), 3); }),
-              LiteralImage({row, {level, centre, level}, row}));
+    const auto apply = [values = entries.data()](auto& o) { o.ImgTemplateOperator(values, 3); };
+    EXPECT_EQ(After({row, row, row}, apply), LiteralImage({row, {level, centre, level}, row}));
   }
   std::mt19937 random(7);
   for (int i = 0; i < 4 * 2 * 81; ++i) {
-    const int size = i % 4 * 2 + 1, w = i / 8 % 9 + 1, h = i / 72 + 1,
-              pixelBytes = i / 4 % 2 * 2 + 1;
-    LiteralImage image = Noise(w, h, pixelBytes);
+    const int size = i % 4 * 2 + 1, w = i / 8 % 9 + 1, h = i / 72 + 1;
+    LiteralImage image = Noise(w, h, i / 4 % 2 * 2 + 1);
     if (i % 5 == 0)  // dim, so that less than 255 comes out
       for (int n = 0; n < w * h; ++n) At(image, n) /= 16;
     ASSERT_EQ(After(image, sobel), PlainSobel(Gray(image)));
@@ -95,12 +94,11 @@ TEST(PixelFilters, ReadWhatTheyHaveWritten) {
     if (i % 7 == 0) entries[random() % entries.size()] = i % 2 ? 1e30 : NAN;
     ASSERT_EQ(After(image, [&](auto& o) { o.ImgTemplateOperator(entries.data(), size); }),
               PlainTemplate(Gray(image), entries, size));
-    const int refused[] = {INT_MIN, -1, 0, 2, 4, INT_MAX - 1, INT_MAX, 11, size};
-    for (int s : refused)
-      ASSERT_EQ(After(image, [&, values = s == size ? nullptr : entries.data()](
-                                 auto& o) { o.ImgTemplateOperator(values, s); }),
-                Gray(image))
-          << s;
+    for (int refused : {INT_MIN, -1, 0, 2, 4, INT_MAX - 1, INT_MAX, 11, size}) {
+      double* values = refused == size ? nullptr : entries.data();
+      const auto refuse = [&](auto& o) { o.ImgTemplateOperator(values, refused); };
+      ASSERT_EQ(After(image, refuse), Gray(image)) << refused;
+    }
   }
 }
 
@@ -178,16 +176,12 @@ TEST(ImgAverageLight, LiftsDarkColumns) {
   const std::pair<LiteralImage, LiteralImage> cases[] = {
       {evening, {{211, 255, 255, 221, 200}, {241, 255, 255, 181, 250}, {255, 255, 255, 141, 220}}},
       {{{10, 20, 30, 40}}, {{40, 40, 40, 40}}},  // of an even width, the upper middle
-      {{{10, 10, 50}, {10, 20, 90}}, {{10, 95, 50}, {10, 135, 90}}},  // one level stays
       {{{5, 240, 1, 250}, {5, 242, 3, 250}}, {{250, 249, 249, 250}, {250, 242, 251, 250}}},
-      {{{200, 200}, {100, 100}}, {{200, 200}, {100, 100}}},  // no column above the median
-  };
-  for (const auto& [before, after] : cases) {
-    EXPECT_EQ(After(before, [](auto& o) { o.ImgAverageLight_V(255); }), after);
+      {{{200, 200}, {100, 100}}, {{200, 200}, {100, 100}}}};  // no column above the median
+  for (const auto& [before, after] : cases)
     for (int mode : {INT_MIN, -1, 0, 1, 3})
       EXPECT_EQ(After(before, [&](auto& o) { EXPECT_TRUE(o.ImgAverageLight(mode, 2)); }),
                 mode == 0 ? after : before);
-  }
   for (int i = 0; i < 2 * 9 * 40; ++i) {
     LiteralImage image = Noise(i / 2 % 40 + 1, i / 80 + 1, i % 2 * 2 + 1);
     for (int n = 0; i % 3 != 0 && n < image.width * image.height; ++n) {
@@ -202,10 +196,15 @@ TEST(ImgAverageLight, LiftsDarkColumns) {
 }
 
 TEST(ImgAverageLight, RepeatsUntilItIsBrightOrStays) {
-  for (int i = 0; i < 40; ++i) {
-    LiteralImage before = Noise(i % 8 * 3, i * 2 + 1, i % 5 == 4 ? 3 : 1);
-    for (int n = 0; i % 5 < 2 && n < before.width * before.height; ++n)
-      At(before, n) = std::uint8_t(i % 5 == 0 ? i * 5 : n % before.width * 10);
+  for (int i = 0; i < 60; ++i) {
+    const int w = i % 8 * 3, kind = i % 6;
+    LiteralImage before = Noise(w, i % 9 * 2 + 1, kind == 5 ? 3 : 1);
+    for (int n = 0; kind < 4 && n < w * before.height; ++n) {
+      const int x = n % w, lit = 182 + x + n / w % 2 * 4;
+      const int levels[] = {i * 4, x == w - 1 ? 178 + i / 6 : x, x == 0 ? 5 : lit,
+                            x <= w / 2 ? 5 : lit};  // flat, at the limit, near the share, below it
+      At(before, n) = std::uint8_t(levels[kind]);
+    }
     CRastelo object = ObjectWith(before), measure;
     LiteralImage after = before;
     int passes = 0;
@@ -220,7 +219,7 @@ TEST(ImgAverageLight, RepeatsUntilItIsBrightOrStays) {
     EXPECT_EQ(hooks.trace,
               "\xB4\xB9\xD6\xB1\xCD\xB6\xD3\xB0\xBE\xF9\xB9\xE2\xB5\xC4\xB4\xCE\xCA\xFD\xCE\xAA: " +
                   std::to_string(passes));
-    EXPECT_EQ(ImageOf(object), after);
+    EXPECT_EQ(ImageOf(object).bytes, after.bytes);
   }
 }
 

@@ -13,9 +13,10 @@ using rastelo::GrayMap, rastelo::Histogram, rastelo::ObjectProbe;
 
 namespace {
 
-constexpr void (CRastelo::*kEqualise[])() = {
-    &CRastelo::HistogramEqualization, &CRastelo::HistogramEqualization1,
-    &CRastelo::HistogramEqualization2, &CRastelo::HistogramEqualization3};
+constexpr void (*kEqualise[])(CRastelo&) = {[](CRastelo& o) { o.HistogramEqualization(); },
+                                            [](CRastelo& o) { o.HistogramEqualization1(); },
+                                            [](CRastelo& o) { o.HistogramEqualization2(); },
+                                            [](CRastelo& o) { o.HistogramEqualization3(); }};
 
 TEST(HistogramStatic, CountsPixelsAndNoTails) {
   for (int i = 0; i < 4 * 100; ++i) {
@@ -31,15 +32,14 @@ TEST(HistogramStatic, CountsPixelsAndNoTails) {
     object.HistogramStatic(&counts[0], &counts[256], &counts[512]);
     EXPECT_EQ(counts, expected) << image;
     if (pixelBytes % 2 && w * h > 0) continue;
-    for (const auto equalise : kEqualise) (object.*equalise)();
+    for (const auto equalise : kEqualise) equalise(object);
     ASSERT_EQ(ImageOf(object), image) << "no pixels, or of another depth";
     object.Close();
-    for (const auto equalise : kEqualise) (object.*equalise)();
+    for (const auto equalise : kEqualise) equalise(object);
   }
 }
 
 TEST(GrayMap, FillsItsRangeAndNoMore) {
-  constexpr int kMany = 100'000'000;
   const std::tuple<int, std::vector<int>, std::vector<int>> cases[] = {
       {0,
        {0, 0, 0, 2, 0, 2, 0, 0, 0, 1, 0, 0, 2, 0, 0, 1, 0, 0, 0, 0, 0},
@@ -48,9 +48,7 @@ TEST(GrayMap, FillsItsRangeAndNoMore) {
       {2, {0, 5, 8, 7, 0}, {2, 3, 5, 7, 6}},
       {0, {49, 49, 0, 0, 0}, {4, 6, 4, 4, 4}},  // multiplied before it is divided
       {5, {20, 0, 0, 0, 0, 30, 0, 0, 0, 0, 50}, {8, 7, 7, 7, 7, 11, 10, 10, 10, 10, 15}},
-      {0,
-       {3 * kMany, 5 * kMany, 4 * kMany, 0, 3 * kMany, 0, 0, 0, 3 * kMany},
-       {2, 4, 6, 5, 7, 6, 6, 6, 9}},
+      {0, {0, 0, 1'000'000'000, 0}, {0, 0, 6, 3}},
       {7, {3}, {7}},
       {7, {0, 0, 0}, {7, 0xAB, 0xAB}}};
   for (const auto& [first, range, entries] : cases) {
@@ -70,8 +68,8 @@ TEST(ClassPair, IsTheFirstWithTheSmallestVariance) {
   for (unsigned n = 0; n < 25; ++n) {
     std::mt19937 random(n);
     Histogram counts{};
-    for (unsigned i = 0; i < (n % 3 ? 2 : 3 + n); ++i)
-      counts[random() % (n % 3 ? 100 : 256)] = int(random() % (n % 5 ? 97 : INT32_MAX)) + 1;
+    for (unsigned i = 0; i < (n % 3 ? 4 : 3 + n); ++i)
+      counts[random() % (n % 3 ? 127 : 256)] = int(random() % (n % 5 ? 5 : INT32_MAX)) + 1;
     for (int i = 0; n % 3 && i < 127; ++i) counts[254 - i] = counts[i];  // pairs nearly tie
     const auto total = double(std::accumulate(counts.begin(), counts.end(), std::int64_t{0}));
     double share[255], smallest = DBL_MAX;
@@ -100,6 +98,7 @@ TEST(HistogramEqualization, MapsTheLevelsOfAGrayImage) {
   Levels flat;
   std::vector<std::uint8_t> ramp;
   for (int i = 0; i < 256; ++i) flat.push_back({std::uint8_t(i), 4}), ramp.push_back(flat[i].first);
+  const Levels ties = {{25, 2}, {51, 4}, {90, 3}, {125, 4}, {129, 4}, {164, 3}, {203, 4}, {229, 2}};
   const Levels six = {{10, 10}, {20, 10}, {100, 10}, {110, 10}, {220, 10}, {230, 10}};
   const std::tuple<int, Levels, std::vector<std::uint8_t>> cases[] = {
       {0, {{0, 7}, {1, 1}, {128, 3}, {255, 5}}, {111, 127, 175, 255}},
@@ -111,6 +110,7 @@ TEST(HistogramEqualization, MapsTheLevelsOfAGrayImage) {
       {0, flat, ramp},
       {1, flat, ramp},
       {2, flat, ramp},
+      {2, ties, {20, 60, 91, 117, 144, 165, 225, 255}},
       {2, six, {10, 21, 66, 111, 183, 255}},
       {2, {{10, 30}, {100, 40}, {220, 30}}, {11, 101, 255}},
       {2, {{50, 6}, {200, 3}}, {51, 255}},
@@ -133,7 +133,7 @@ TEST(HistogramEqualization, MapsTheLevelsOfAGrayImage) {
     CRastelo object = ObjectWith(image);
     auto expected = ObjectProbe::Of(object);
     for (int i = 0; i < pixels; ++i) expected.pixels[i / width * 4 + i % width] = after[i];
-    (object.*kEqualise[variant])();
+    kEqualise[variant](object);
     EXPECT_EQ(ObjectProbe::Of(object), expected) << variant << ImageOf(object);
   };
   for (const auto& [variant, levels, after] : cases) check(variant, levels, after);
@@ -148,7 +148,7 @@ TEST(HistogramEqualization, MapsThePlanesOfAColourImageOnTheirOwn) {
   const LiteralImage after({{127, 255, 191, 127, 255, 255}, {191, 255, 191, 255, 255, 191}}, 3);
   for (int variant = 0; variant < 4; ++variant) {
     CRastelo object = ObjectWith(before);
-    (object.*kEqualise[variant])();
+    kEqualise[variant](object);
     EXPECT_EQ(ImageOf(object), variant < 2 ? after : before) << variant;
   }
   const auto map = rastelo::MakeCumulativeMap(Histogram{20'000'000, 20'000'000, 60'000'000});

@@ -65,6 +65,13 @@ TEST(Object, TakesAnImageWithoutPixels) {
   EXPECT_TRUE(object.RGBImg2Gray());
   object.RotateImage_Dir(1);
   EXPECT_EQ(object.GetWidth(), 3);
+  object.SetExternalImageBits(&none, 0, INT32_MAX, 8);
+  const long before = allocations::Count();
+  EXPECT_EQ(object.FFT(), 1);
+  EXPECT_LT(allocations::Count() - before, 9) << "no more for a long side without pixels";
+  object.Close();
+  object.Zoom_Size(5, 0);
+  EXPECT_EQ(object.GetWidth(), 0);
   EXPECT_TRUE(ObjectProbe::IsConsistent(object));
 }
 
@@ -175,7 +182,12 @@ TEST(OutOfMemory, LeavesTheObjectAsItWas) {
       [&](CRastelo& object) { object.RGBImg2Gray(); },
       [&](CRastelo& object) { object.Segment_Graphcut(); },
       [&](CRastelo& object) { object.HistogramEqualization3(); },
-      [&](CRastelo& object) { object.Segment_NDHM(2); }};
+      [&](CRastelo& object) { object.Segment_NDHM(2); },
+      [&](CRastelo& object) { object.Zoom_In(1.5); },
+      [&](CRastelo& object) { object.Zoom_Size(20, 20); },
+      [&](CRastelo& object) { object.Img_Sobel(); },
+      [&](CRastelo& object) { object.ImgAverageLight(2, 0); },
+      [&](CRastelo& object) { object.FFT(); }};
   for (const int pixelBytes : {1, 3}) {
     for (std::size_t i = 0; i < std::size(operations); ++i) {
       for (long successes = 0; successes < 50; ++successes) {
@@ -191,7 +203,8 @@ TEST(OutOfMemory, LeavesTheObjectAsItWas) {
           }
         }
         if (!failed) break;
-        EXPECT_EQ(ObjectProbe::Of(object), before) << "operation " << i << ", allocation " << successes;
+        EXPECT_EQ(ObjectProbe::Of(object), before)
+            << "operation " << i << ", allocation " << successes;
       }
     }
   }
