@@ -68,9 +68,10 @@ rastelo::ConstImageView CRastelo::ConstPixels() const {
   return {m_pImgBits.get(), m_lWidth, m_lHeight, m_lLineBytes};
 }
 
-/// The first `m_lWidth` bytes of each row, whichever of the known depths it has.
+/// The first `m_lWidth` bytes of each row, whichever of the known depths it has; without pixels, an
+/// image of no sides.
 rastelo::ImageView CRastelo::RowBytes() {
-  return HasKnownDepth() ? Pixels() : rastelo::ImageView();
+  return HasKnownDepth() && HasPixels() ? Pixels() : rastelo::ImageView();
 }
 
 bool CRastelo::HasPixels() const { return m_pImgBits && m_lWidth > 0 && m_lHeight > 0; }

@@ -54,8 +54,10 @@ LiteralImage ImageOf(const CRastelo& object) {
 }
 
 CRastelo ObjectWith(const LiteralImage& image) {
+  const std::uint8_t none = 0;
   CRastelo object;
-  object.SetExternalImageBits(image.bytes.data(), image.width, image.height, image.BitCount());
+  object.SetExternalImageBits(image.bytes.empty() ? &none : image.bytes.data(), image.width,
+                              image.height, image.BitCount());
   return object;
 }
 
