@@ -114,6 +114,7 @@ class Decoder {
   IJLERR ReadParameters(JPEG_CORE_PROPERTIES& properties) {
     return Guard(errors_, [&] {
       ReadHeader();
+      if (!CanHoldPicture(source_.file->Size())) ERREXIT(&codec_, JERR_INPUT_EOF);
       properties.JPGWidth = static_cast<int>(codec_.image_width);
       properties.JPGHeight = static_cast<int>(codec_.image_height);
       properties.JPGChannels = codec_.num_components;
@@ -152,6 +153,14 @@ class Decoder {
     };
     codec_.progress = &progress_;
     jpeg_read_header(&codec_, TRUE);
+  }
+
+  /// Whether a file of this length has the bit that the coding by Huffman's codes (1952) spends on
+  /// a block of 8 x 8 pixels at least. Arithmetic coding may spend less.
+  bool CanHoldPicture(std::int64_t fileBytes) const {
+    const std::int64_t blocks =
+        (std::int64_t{codec_.image_width} + 7) / 8 * ((std::int64_t{codec_.image_height} + 7) / 8);
+    return codec_.arith_code != 0 || blocks / 8 <= fileBytes;
   }
 
   bool IsFor(const JPEG_CORE_PROPERTIES& properties) const {
