@@ -1,0 +1,343 @@
+// What a host gets when files, memory or the codec fail half-way, and when a save is killed.
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include <jpeglib.h>
+
+#include "platform/jpeg_codec.h"
+#include "tests/allocations.h"
+#include "tests/object_probe.h"
+
+using rastelo::ObjectProbe;
+
+namespace {
+
+/// Which of the calls to come fails; the linker leads the library's calls through the functions
+/// below.
+struct Faults {
+  int read = -1, endOfFile = -1, write = -1, size = -1, close = -1;
+  bool shortReads = false, init = false, free = false;
+} faults;
+
+bool Strikes(int& countdown) {
+  if (countdown < 0 || countdown-- != 0) return false;
+  errno = EIO;
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+ssize_t __real_read(int file, void* bytes, size_t count);
+ssize_t __wrap_read(int file, void* bytes, size_t count) {
+  if (Strikes(faults.read)) return -1;
+  if (Strikes(faults.endOfFile)) return 0;
+  return __real_read(file, bytes, faults.shortReads ? std::min<size_t>(count, 7) : count);
+}
+ssize_t __real_write(int file, const void* bytes, size_t count);
+ssize_t __wrap_write(int file, const void* bytes, size_t count) {
+  return Strikes(faults.write) ? -1 : __real_write(file, bytes, count);
+}
+int __real_fstat(int file, struct stat* status);
+int __wrap_fstat(int file, struct stat* status) {
+  return Strikes(faults.size) ? -1 : __real_fstat(file, status);
+}
+int __real_close(int file);
+int __wrap_close(int file) { return __real_close(file) | (Strikes(faults.close) ? -1 : 0); }
+int __real__ZN7rastelo8platform7ijlInitEPNS0_20JPEG_CORE_PROPERTIESE(void* record);
+int __wrap__ZN7rastelo8platform7ijlInitEPNS0_20JPEG_CORE_PROPERTIESE(void* record) {
+  const int result = __real__ZN7rastelo8platform7ijlInitEPNS0_20JPEG_CORE_PROPERTIESE(record);
+  return faults.init ? -1 : result;
+}
+int __real__ZN7rastelo8platform7ijlFreeEPNS0_20JPEG_CORE_PROPERTIESE(void* record);
+int __wrap__ZN7rastelo8platform7ijlFreeEPNS0_20JPEG_CORE_PROPERTIESE(void* record) {
+  const int result = __real__ZN7rastelo8platform7ijlFreeEPNS0_20JPEG_CORE_PROPERTIESE(record);
+  return faults.free ? -1 : result;
+}
+}
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Runs something with faults ahead of it.
+template <class Work>
+auto With(const Faults& planned, Work work) {
+  faults = planned;
+  const auto result = work();
+  faults = {};
+  return result;
+}
+
+/// A file with this picture in the format of its name.
+std::string PictureFile(const std::string& name, const LiteralImage& image = Noise(40, 30, 3)) {
+  const std::string path = TestFolder() + name;
+  EXPECT_EQ(ObjectWith(image).SaveAs(path.c_str()), 1);
+  return path;
+}
+
+TEST(FileFaults, FailedReadsLeaveABmpOpenWithoutEffect) {
+  const std::string path = PictureFile("a.bmp");
+  const struct {
+    Faults planned;
+    int opened;
+    std::size_t boxes;
+  } cases[] = {{{.read = 0}, 0, 0},         {{.read = 1}, 0, 0}, {{.endOfFile = 0}, 0, 0},
+               {{.endOfFile = 1}, 0, 0},    {{.size = 0}, 0, 2}, {{.size = 1}, 0, 0},
+               {{.shortReads = true}, 1, 0}};
+  for (const auto& c : cases) {
+    const HookRecorder hooks;
+    CRastelo object = ObjectWith(Noise(4, 2));
+    const auto before = ObjectProbe::Of(object);
+    EXPECT_EQ(With(c.planned, [&] { return object.OpenImage(path.c_str()); }), c.opened);
+    EXPECT_EQ(ObjectProbe::Of(object) == before, c.opened == 0);
+    EXPECT_EQ(hooks.boxes.size(), c.boxes);
+  }
+}
+
+TEST(FileFaults, FailedReadsLeaveAJpegOpenAsItsHeaderWasKnown) {
+  const std::string path = PictureFile("a.jpg");  // read once for its header, once for its pixels
+  for (const bool ends : {false, true}) {
+    for (int read = 0; read < 2; ++read) {
+      const Faults planned = ends ? Faults{.endOfFile = read} : Faults{.read = read};
+      CRastelo object = ObjectWith(Noise(4, 2));
+      const auto before = ObjectProbe::Of(object);
+      EXPECT_EQ(With(planned, [&] { return object.OpenImage(path.c_str()); }), 0);
+      const auto after = ObjectProbe::Of(object);
+      EXPECT_EQ(after.width, read == 0 ? 4 : 40);
+      EXPECT_EQ(after.loaded, before.loaded);
+      EXPECT_EQ(after.fileName, path);
+      const Bytes black(after.pixels.size());
+      EXPECT_EQ(after.pixels == black, read == 1);
+    }
+  }
+  CRastelo object;
+  EXPECT_EQ(With({.shortReads = true}, [&] { return object.OpenImage(path.c_str()); }), 1);
+}
+
+TEST(FileFaults, FailedWritesAreToldAndKeepTheObject) {
+  const LiteralImage image = Noise(5, 4);
+  CRastelo object = ObjectWith(image);
+  const auto before = ObjectProbe::Of(object);
+  const std::string bmp = PictureFile("a.bmp", image), jpeg = TestFolder() + "a.jpg";
+  const std::uintmax_t written[] = {0, 14, 54, 1078};
+  for (int write = 0; write < 4; ++write) {
+    EXPECT_EQ(With({.write = write}, [&] { return object.SaveAs(bmp.c_str()); }), 0);
+    EXPECT_EQ(std::filesystem::file_size(bmp), written[write]);
+  }
+  EXPECT_EQ(With({.close = 0}, [&] { return object.SaveAs(bmp.c_str()); }), 0);
+  const struct {
+    Faults planned;
+    int saved;
+    const char* line;
+  } cases[] = {{{.write = 0}, 0, "Can't write image\n\n"},
+               {{.close = 0}, 0, "Can't write image\n\n"},
+               {{.init = true}, 1, "Can't initialize Intel(R) JPEG library\n\n"},
+               {{.free = true}, 1, "Can't free Intel(R) JPEG library\n\n"}};
+  for (const auto& c : cases) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(With(c.planned, [&] { return object.SaveAs(jpeg.c_str()); }), c.saved);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line);
+  }
+  EXPECT_EQ(ObjectProbe::Of(object), before);
+}
+
+TEST(FileFaults, ABmpHeaderAloneTakesNoMemory) {
+  const std::string path = PictureFile("a.bmp", Noise(5, 4));
+  const Bytes whole = ReadFile(path);
+  for (const int high : {0, 1, 0x3F, 0x7F}) {
+    Bytes promise = whole;
+    promise[20] = promise[24] = std::uint8_t(high);  // width and height up to 2^30 each
+    promise[19] = 0xFF;
+    WriteFile(path, promise);
+    const std::size_t before = allocations::Bytes();
+    EXPECT_EQ(CRastelo().OpenImage(path.c_str()), 0);
+    EXPECT_LT(allocations::Bytes() - before, 3 * promise.size() + 65536);
+  }
+}
+
+/// A progressive JPEG file of one 8 x 8 block in `scans` scans, at most 704.
+Bytes ManyScans(int scans) {
+  std::vector<jpeg_scan_info> script;
+  for (int band = 0; band < 64 && int(script.size()) < scans; ++band)
+    for (int bit = 10; bit >= 0 && int(script.size()) < scans; --bit)
+      script.push_back({1, {0}, band, band, bit == 10 ? 0 : bit + 1, bit});
+  jpeg_compress_struct codec{};
+  jpeg_error_mgr errors;
+  codec.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&codec);
+  unsigned char* out = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&codec, &out, &size);
+  codec.image_width = codec.image_height = 8;
+  codec.input_components = 1;
+  codec.in_color_space = JCS_GRAYSCALE;
+  jpeg_set_defaults(&codec);
+  codec.scan_info = script.data();
+  codec.num_scans = scans;
+  jpeg_start_compress(&codec, TRUE);
+  JSAMPLE row[8] = {1, 50, 200, 9, 77, 250, 3, 128};
+  JSAMPROW rows = row;
+  for (int y = 0; y < 8; ++y) jpeg_write_scanlines(&codec, &rows, 1);
+  jpeg_finish_compress(&codec);
+  const Bytes file(out, out + size);
+  jpeg_destroy_compress(&codec);
+  std::free(out);
+  return file;
+}
+
+TEST(JpegFaults, EveryChangedByteIsTakenOrRefused) {
+  const std::string path = PictureFile("a.jpg", Noise(5, 3));
+  const Bytes whole = ReadFile(path);
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    for (const int flip : {0xFF, 0x01, 0x80}) {
+      Bytes changed = whole;
+      changed[i] = std::uint8_t(changed[i] ^ flip);
+      WriteFile(path, changed);
+      CRastelo object = ObjectWith(Noise(4, 2));
+      object.OpenImage(path.c_str());
+      ASSERT_TRUE(ObjectProbe::IsConsistent(object)) << i;
+    }
+  }
+}
+
+TEST(JpegFaults, ScansAndPromisesAreBounded) {
+  const std::string path = TestFolder() + "a.jpg";
+  for (const int scans : {499, 501, 704}) {
+    WriteFile(path, ManyScans(scans));
+    EXPECT_EQ(CRastelo().OpenImage(path.c_str()), scans <= 500 ? 1 : 0) << scans;
+  }
+  Bytes promise = ReadFile(PictureFile("b.jpg", Noise(17, 9, 3)));
+  const Bytes startOfFrame = {0xFF, 0xC0};
+  const auto frame =
+      std::search(promise.begin(), promise.end(), startOfFrame.begin(), startOfFrame.end());
+  for (const int high : {0x30, 0x65, 0xFF}) {
+    frame[5] = frame[7] = std::uint8_t(high);
+    WriteFile(path, promise);
+    const std::size_t before = allocations::Bytes();
+    EXPECT_EQ(CRastelo().OpenImage(path.c_str()), 0);
+    EXPECT_LT(allocations::Bytes() - before, 65536u);
+  }
+  frame[4] = 12;  // bits a sample
+  WriteFile(path, promise);
+  EXPECT_EQ(CRastelo().OpenImage(path.c_str()), 0);
+}
+
+TEST(KilledSaves, LeaveTheOldFileOrABeginningOfTheNewOne) {
+  CRastelo old = ObjectWith(Noise(30, 20, 3)), next = ObjectWith(Noise(400, 300, 3));
+  std::mt19937 random(1);
+  for (const char* name : {"a.bmp", "a.jpg"}) {
+    const std::string path = TestFolder() + name, copy = path + name;
+    ASSERT_EQ(old.SaveAs(copy.c_str()), 1);
+    const Bytes before = ReadFile(copy);
+    ASSERT_EQ(next.SaveAs(copy.c_str()), 1);
+    const Bytes after = ReadFile(copy);
+    for (int i = 0; i < 200; ++i) {
+      WriteFile(path, before);
+      const pid_t child = fork();
+      if (child == 0) {
+        next.SaveAs(path.c_str());
+        _exit(0);
+      }
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
+      kill(child, SIGKILL);
+      waitpid(child, nullptr, 0);
+      const Bytes left = ReadFile(path);
+      const bool isBeginning =
+          left.size() <= after.size() && std::equal(left.begin(), left.end(), after.begin());
+      ASSERT_TRUE(left == before || isBeginning) << left.size();
+      CRastelo again;
+      again.OpenImage(path.c_str());
+      ASSERT_TRUE(ObjectProbe::IsConsistent(again));
+    }
+  }
+}
+
+TEST(Copies, ShareAndLetGoInAnyOrder) {
+  std::mt19937 random(2);
+  for (int script = 0; script < 100000; ++script) {
+    std::vector<CRastelo> objects(3);
+    objects[0] = ObjectWith(LiteralImage{{1, 2, 3}, {4, 5, 6}});
+    for (int step = 0; step < 6; ++step) {
+      CRastelo& one = objects[random() % objects.size()];
+      const CRastelo& other = objects[random() % objects.size()];
+      switch (random() % 6) {
+        case 0:
+          one = other;
+          break;
+        case 1:
+          objects.emplace_back(other);
+          break;
+        case 2:
+          objects.erase(objects.begin() + std::ptrdiff_t(random() % objects.size()));
+          break;
+        case 3:
+          one.Close();
+          break;
+        case 4:
+          one.RotateImage_Dir(1);
+          break;
+        default:
+          one.InverseGray();
+      }
+      if (objects.empty()) objects.resize(2);
+    }
+    for (const CRastelo& object : objects) ASSERT_TRUE(ObjectProbe::IsConsistent(object));
+  }
+}
+
+/// Every operation but drawing.
+void RunEverything(const std::string& name) {
+  CRastelo object = ObjectWith(Noise(64, 64, 3));
+  LONG tables[3][256], sums[300], width, height;
+  double mean[9] = {};
+  for (const char* ending : {".bmp", ".jpg"}) {
+    object.SaveAs((name + ending).c_str());
+    object.OpenImage((name + ending).c_str());
+  }
+  object.GetSizeJPG((name + ".jpg").c_str(), &width, &height, nullptr);
+  object.SaveAs_visible_JPG((name + ".none").c_str());
+  object.Zoom_In(2);
+  object.Zoom_Out(-0.5);
+  object.RotateImage_Dir(1);
+  object.Zoom_Size(50, 60);
+  object.FFT();
+  object.ILPF(200);
+  object.IFFT();
+  object.HistogramStatic(tables[0], tables[1], tables[2]);
+  object.HistogramEqualization();
+  object.HistogramEqualization1();
+  object.HistogramEqualization2();
+  object.HistogramEqualization3();
+  object.ImgAverageLight(2, 0);
+  object.ImgTemplateOperator(mean, 3);
+  object.Img_Sobel();
+  object.ImgTrans2_0_1(9, 1, 1);
+  object.ImgProjectionHorizon(sums);
+  object.ReserveImgBlock(1, 1, 40, 40);
+  object.Segment_Otsu();
+  object.Segment_Graphcut();
+  object.Segment_NDHM(3);
+  object.Close();
+}
+
+TEST(Threads, RunObjectsOfTheirOwn) {
+  const std::string folder = TestFolder();
+  std::thread other([&] { RunEverything(folder + "other"); });
+  RunEverything(folder + "one");
+  other.join();
+}
+
+}  // namespace
