@@ -30,7 +30,7 @@ float Scale(std::int32_t sourceSide, std::int32_t targetSide) {
 /// Byte `c` of a target pixel, as source pixel `x` of `row` gives it.
 template <int kSourceBytes, int kTargetBytes>
 float Load(const std::uint8_t* row, std::int32_t x, int c) {
-  const std::uint8_t* pixel = row + std::ptrdiff_t{x} * kSourceBytes;
+  const std::uint8_t* pixel = row + static_cast<std::ptrdiff_t>(x) * kSourceBytes;
   if constexpr (kSourceBytes == kTargetBytes) return pixel[c];
   if constexpr (kSourceBytes == 3 && kTargetBytes == 1)
     return GrayLevel(pixel[0], pixel[1], pixel[2]);

@@ -16,7 +16,8 @@ struct LiftRange {
 /// `total` is the number of pixels at the mapped levels, above 0.
 void FillLiftedMap(LevelCounts counts, const LiftRange& range, std::int64_t total, GrayMap& map) {
   const auto span = static_cast<std::int64_t>(range.last - range.first);
-  const auto mean = static_cast<double>(total / range.meanDivisor);
+  const std::int64_t wholeMean = total / range.meanDivisor;
+  const auto mean = static_cast<double>(wholeMean);
   double squares = 0.0;
   std::int64_t aboveMean = 0;
   for (std::size_t i = range.first; i < range.judgedEnd; ++i) {
@@ -26,7 +27,8 @@ void FillLiftedMap(LevelCounts counts, const LiftRange& range, std::int64_t tota
   }
   const double deviation = std::sqrt(squares / static_cast<double>(span));
   const auto spikeLimit = static_cast<std::int64_t>(2.0 * deviation + mean);
-  const auto liftFactor = static_cast<double>(span * aboveMean / total);
+  const std::int64_t wholeFactor = span * aboveMean / total;
+  const auto liftFactor = static_cast<double>(wholeFactor);
 
   std::int64_t cumulated = 0;
   for (std::size_t i = range.first; i <= range.last; ++i) {

@@ -10,7 +10,7 @@ namespace rastelo {
 
 /// The three tables of HistogramStatic: blue, green, red, or gray and two of zeros.
 struct LevelTables {
-  LONG first[256], second[256], third[256];
+  LONG first[256] = {}, second[256] = {}, third[256] = {};
 };
 
 /// One such table as the pure functions take it.

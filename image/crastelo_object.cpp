@@ -104,6 +104,7 @@ void DebugTrace(const char* format, ...) {
   char text[512] = {};
   std::va_list arguments;
   va_start(arguments, format);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is right above
   std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
   rastelo::platform::WriteDebugOutput(text);

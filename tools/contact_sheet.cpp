@@ -1,6 +1,7 @@
 #include "tools/contact_sheet.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "geometry/block.h"
 #include "image/pixel_store.h"
@@ -19,8 +20,8 @@ void DrawTile(ImageView sheet, int left, int top, Tile& tile) {
   const double width = tile.picture.GetWidth(), height = tile.picture.GetHeight();
   if (width > 0 && height > 0) {
     const double scale = std::min({1.0, kTileWidth / width, kTileHeight / height});
-    const int smallWidth = std::max(1, static_cast<int>(width * scale + 0.5));
-    const int smallHeight = std::max(1, static_cast<int>(height * scale + 0.5));
+    const int smallWidth = std::max(1, static_cast<int>(std::lround(width * scale)));
+    const int smallHeight = std::max(1, static_cast<int>(std::lround(height * scale)));
     CRastelo scaled = ScalePicture(tile.picture, smallWidth, smallHeight);
     const PixelStore small = PixelStore::Zeroed(smallWidth, smallHeight, 24);
     scaled.GetImgBlock(0, 0, smallWidth, smallHeight, 24, small.bits.get());

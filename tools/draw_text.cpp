@@ -100,7 +100,7 @@ constexpr void AddBand(Font& font, const Band& band) {
   for (const char* name = band.names; *name != '\0'; ++name) {
     std::size_t right = left;
     while (band.rows[0][right] != '|') ++right;
-    font.glyphs[static_cast<std::size_t>(*name)] = CutGlyph(band, left, right);
+    font.glyphs[static_cast<unsigned char>(*name)] = CutGlyph(band, left, right);
     left = right + 1;
   }
 }

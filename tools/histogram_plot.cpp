@@ -65,7 +65,8 @@ Scale ChooseScale(const HistogramPlot& plot) {
 
 void DrawAxes(ImageView bgr, const Scale& scale) {
   const int halfText = TextHeight(kText) / 2 - kText;  // of a capital letter
-  for (double count = 0; count <= scale.top; count += scale.step) {
+  for (int step = 0; step * scale.step <= scale.top; ++step) {
+    const double count = step * scale.step;
     const int row = scale.RowOf(count);
     Blend(bgr, {kArea.left, row - 2, kArea.right, row + 2}, kGrid, 1);
     const std::string label = std::to_string(static_cast<long>(count));

@@ -16,7 +16,7 @@ namespace rastelo::tools {
 namespace {
 
 struct LevelTables {
-  LONG planes[3][256];
+  LONG planes[3][256] = {};
 };
 
 LevelTables CountLevels(CRastelo& image) {

@@ -38,6 +38,7 @@ void PrintSteps() {
 
 std::vector<Action> ParseSteps(const std::vector<std::string>& steps) {
   std::vector<Action> actions;
+  actions.reserve(steps.size());
   for (const std::string& step : steps) actions.push_back(ParseStep(step));
   return actions;
 }
@@ -69,25 +70,26 @@ void MakeSheet(const Request& request) {
   std::vector<std::vector<Tile>> rows;
   for (const std::string& picture : request.pictures) {
     const std::string name = picture.substr(picture.find_last_of("/\\") + 1);
-    std::vector<Tile>& row = rows.emplace_back();
+    std::vector<Tile> row;
     row.push_back({name, RunSteps(picture, request.asIs, {})});
     for (std::size_t i = 0; i < trials.size(); ++i)
       row.push_back({request.trials[i], RunSteps(picture, request.asIs, trials[i])});
+    rows.push_back(std::move(row));
   }
   CRastelo sheet = MakeContactSheet(rows);
   SavePicture(request.sheet, [&](const char* path) { return sheet.SaveAs(path); });
 }
 
-int Fail(int code, std::string message) {
-  for (char& c : message)
-    if (c == '\n') c = ' ';
-  std::fprintf(stderr, "rastelo: %s\n", message.c_str());
+/// Says in one line what went wrong.
+int Fail(int code, const char* message) {
+  std::fputs("rastelo: ", stderr);
+  for (; *message != 0; ++message) std::fputc(*message == '\n' ? ' ' : *message, stderr);
+  std::fputc('\n', stderr);
   return code;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+/// Reads the command line and does what it says. Throws what is wrong.
+int Call(int argc, char** argv) {
   CLI::App app(kAbout, "rastelo");
   app.set_version_flag("--version", "rastelo " RASTELO_VERSION);
   app.require_subcommand(1);
@@ -116,18 +118,24 @@ int main(int argc, char** argv) {
 
   try {
     app.parse(argc, argv);
-    if (*steps) PrintSteps();
-    if (*run) Run(request);
-    if (*sheet) MakeSheet(request);
-    if (std::fflush(stdout) != 0) throw OperationError("standard output cannot be written");
-    return 0;
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);  // help and version
-    return Fail(2, std::string(error.what()) + "; 'rastelo --help' shows how it is called");
+    throw UsageError(std::string(error.what()) + "; 'rastelo --help' shows how it is called");
+  }
+  if (*steps) PrintSteps();
+  if (*run) Run(request);
+  if (*sheet) MakeSheet(request);
+  if (std::fflush(stdout) != 0) throw OperationError("standard output cannot be written");
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Call(argc, argv);
   } catch (const UsageError& error) {
     return Fail(2, error.what());
-  } catch (const OperationError& error) {
-    return Fail(1, error.what());
   } catch (const std::bad_alloc&) {
     return Fail(1, "there is not enough memory");
   } catch (const std::exception& error) {

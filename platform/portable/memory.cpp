@@ -2,10 +2,9 @@
 
 #include <sys/mman.h>
 
-void rastelo::platform::PreferLargePages(void* memory, std::size_t bytes) {
+void rastelo::platform::PreferLargePages([[maybe_unused]] void* memory,
+                                         [[maybe_unused]] std::size_t bytes) {
 #ifdef MADV_HUGEPAGE
   ::madvise(memory, bytes, MADV_HUGEPAGE);
-#else
-  static_cast<void>(memory), static_cast<void>(bytes);
 #endif
 }

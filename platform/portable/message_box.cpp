@@ -21,6 +21,7 @@ MessageBoxHook& CurrentHook() {
 std::string Utf8FromCodePage936(const char* text) {
   std::string source = text;
   const iconv_t converter = iconv_open("UTF-8", "CP936");
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): how iconv_open tells of a failure
   if (converter == reinterpret_cast<iconv_t>(-1)) return source;
   std::string result(source.size() * 3, '\0');  // at most 3 bytes for one of code page 936
   char* in = source.data();
