@@ -71,7 +71,7 @@ TEST(DrawImage, SetsTheStretchModeBehindABmpFile) {
   ASSERT_EQ(object.OpenImage(path.c_str()), 1);
   const long before = allocations::Count();
   RECT rc{-1, 0, 9, 4};
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < 1000000; ++i) {
     EXPECT_EQ(object.DrawImage(&device, nullptr, nullptr, nullptr), 1);
     EXPECT_EQ(device.SetStretchBltMode(i % 4 + 1), COLORONCOLOR);
     object.DrawImage(&device, &rc, true);

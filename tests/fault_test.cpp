@@ -28,7 +28,7 @@ namespace {
 /// below.
 struct Faults {
   int read = -1, endOfFile = -1, write = -1, size = -1, close = -1;
-  bool shortReads = false, init = false, free = false;
+  bool shortReads = false, init = false, free = false, codecMemory = false;
 } faults;
 
 bool Strikes(int& countdown) {
@@ -40,6 +40,15 @@ bool Strikes(int& countdown) {
 }  // namespace
 
 extern "C" {
+int __real__ZN7rastelo8platform7ijlReadEPNS0_20JPEG_CORE_PROPERTIESENS0_9IJLIOTYPEE(void* record,
+                                                                                    int type);
+int __wrap__ZN7rastelo8platform7ijlReadEPNS0_20JPEG_CORE_PROPERTIESENS0_9IJLIOTYPEE(void* record,
+                                                                                    int type) {
+  if (faults.codecMemory && type == rastelo::platform::IJL_JFILE_READWHOLEIMAGE)
+    return rastelo::platform::IJL_OUT_OF_MEMORY;
+  return __real__ZN7rastelo8platform7ijlReadEPNS0_20JPEG_CORE_PROPERTIESENS0_9IJLIOTYPEE(record,
+                                                                                         type);
+}
 ssize_t __real_read(int file, void* bytes, size_t count);
 ssize_t __wrap_read(int file, void* bytes, size_t count) {
   if (Strikes(faults.read)) return -1;
@@ -125,6 +134,22 @@ TEST(FileFaults, FailedReadsLeaveAJpegOpenAsItsHeaderWasKnown) {
   }
   CRastelo object;
   EXPECT_EQ(With({.shortReads = true}, [&] { return object.OpenImage(path.c_str()); }), 1);
+}
+
+TEST(FileFaults, ACodecWithoutMemoryLeavesTheObjectAsItWas) {
+  const std::string path = PictureFile("a.jpg");
+  CRastelo object = ObjectWith(Noise(4, 2));
+  const auto before = ObjectProbe::Of(object);
+  faults.codecMemory = true;
+  EXPECT_THROW(object.OpenImage(path.c_str()), std::bad_alloc);
+  faults = {};
+  EXPECT_EQ(ObjectProbe::Of(object), before);
+}
+
+TEST(FileFaults, APathNeedsNoEncoding) {
+  CRastelo object;
+  for (const char* name : {"\xFF\xFE\x80.bmp", "\xC3\x28.jpg"})
+    EXPECT_EQ(object.OpenImage(PictureFile(name).c_str()), 1) << name;
 }
 
 TEST(FileFaults, FailedWritesAreToldAndKeepTheObject) {

@@ -269,13 +269,19 @@ TEST(Jpeg, TellsSizeAndDepth) {
   }
 }
 
-TEST(Jpeg, OpensOverStrayBytesBetweenItsSegments) {
+TEST(Jpeg, OpensOverHarmlessOddities) {
   Bytes file = MakeJpeg(8, 8, 1);
   const std::size_t endOfFirstSegment = 4u + std::size_t(file[4] << 8 | file[5]);
   const Bytes stray = {0x12, 0x34, 0x56};
   file.insert(file.begin() + std::ptrdiff_t(endOfFirstSegment), stray.begin(), stray.end());
   CRastelo object;
   EXPECT_EQ(Open(object, file, "a.jpg"), 1);
+  const Bytes startOfScan = {0xFF, 0xDA, 0, 8};
+  const auto scan = std::search(file.begin(), file.end(), startOfScan.begin(), startOfScan.end());
+  scan[8] = 0;  // a last coefficient that a sequential scan has no use for
+  EXPECT_EQ(Open(object, file, "b.jpg"), 1);
+  EXPECT_EQ(Open(object, MakeJpeg(65500, 1, 1), "c.jpg"), 1);
+  EXPECT_EQ(object.GetWidth(), 65500);
 }
 
 TEST(Jpeg, FailsCleanlyAtEveryLength) {

@@ -149,6 +149,17 @@ cp scene.jpg kept.bmp
 ) || failures=$((failures + 1))
 cmp scene.jpg kept.bmp || fail "a failed save loses the old picture"
 [ -z "$(find . -name '.rastelo-*')" ] || fail "something is left behind: $(find . -name '.rastelo-*')"
+# Nor does one that is killed, at whatever moment.
+run scene.jpg gray save=new.jpg
+for delay in $(seq 200); do
+  cp scene.jpg killed.jpg
+  "$rastelo" run scene.jpg gray save=killed.jpg &
+  sleep "0.0$(printf %03d $((delay % 25)))"
+  kill -9 $! 2>/dev/null || true
+  wait $! 2>/dev/null || true
+  cmp -s killed.jpg scene.jpg || cmp -s killed.jpg new.jpg || fail "a killed save loses the picture"
+done
+rm -f .rastelo-*
 chmod 640 kept.bmp
 ln -s kept.bmp link.bmp
 run scene.jpg save=link.bmp
