@@ -119,7 +119,7 @@ void BM_Zoom(benchmark::State& state, bool isPlain) {
   const PixelStore target = PixelStore::Zeroed(side, side, 8);
   for (auto _ : state) {
     if (isPlain)
-      plain::ZoomBilinear(picture.Pixels(), target.Pixels());
+      plain::ZoomBilinear(picture.Pixels(), target.Pixels(), 1);
     else
       ZoomBilinear(picture.Pixels(), 1, target.Pixels(), 1);
     benchmark::ClobberMemory();
@@ -160,7 +160,7 @@ void EvenColumns(ImageView gray) {
 }
 void BM_EvenLight(benchmark::State& state, void (*even)(ImageView)) { RunInPlace(state, even); }
 BENCHMARK_CAPTURE(BM_EvenLight, ours, EvenColumns)->Arg(kSide)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_EvenLight, plain, plain::EvenColumns)
+BENCHMARK_CAPTURE(BM_EvenLight, plain, [](ImageView gray) { plain::EvenColumns(gray, 255); })
     ->Arg(kSide)
     ->Unit(benchmark::kMillisecond);
 

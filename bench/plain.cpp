@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <numeric>
 
+#include "image/truncate.h"
 #include "platform/torvex.h"
 
 namespace plain {
@@ -67,21 +68,24 @@ std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t rad
   return totals;
 }
 
-void ZoomBilinear(ConstImageView source, ImageView target) {
+void ZoomBilinear(ConstImageView source, ImageView target, int pixelBytes) {
   const float scaleX = static_cast<float>(source.width) / static_cast<float>(target.width);
   const float scaleY = static_cast<float>(source.height) / static_cast<float>(target.height);
   for (std::int32_t y = 0; y < target.height; ++y) {
     for (std::int32_t x = 0; x < target.width; ++x) {
       const float tx = static_cast<float>(x) * scaleX, ty = static_cast<float>(y) * scaleY;
       const int sx = static_cast<int>(tx), sy = static_cast<int>(ty);
-      const int nx = sx + (sx >= source.width - 1 ? -1 : 1);
-      const int ny = sy + (sy >= source.height - 1 ? -1 : 1);
+      const int nx = sx + 1 < source.width ? sx + 1 : std::max(sx - 1, 0);
+      const int ny = sy + 1 < source.height ? sy + 1 : std::max(sy - 1, 0);
       const float fx = tx - static_cast<float>(sx), fy = ty - static_cast<float>(sy);
       const float gx = 1 - fx, gy = 1 - fy;
-      float value = source.Row(sy)[sx] * (gx * gy) + source.Row(sy)[nx] * (gy * fx);
-      value = value + source.Row(ny)[sx] * (gx * fy);
-      value = value + source.Row(ny)[nx] * (fy * fx);
-      target.Row(y)[x] = static_cast<std::uint8_t>(value);
+      for (int c = 0; c < pixelBytes; ++c) {
+        const auto at = [&](int u, int v) { return source.Row(v)[u * pixelBytes + c]; };
+        float value = at(sx, sy) * (gx * gy) + at(nx, sy) * (gy * fx);
+        value = value + at(sx, ny) * (gx * fy);
+        value = value + at(nx, ny) * (fy * fx);
+        target.Row(y)[x * pixelBytes + c] = static_cast<std::uint8_t>(value);
+      }
     }
   }
 }
@@ -111,9 +115,8 @@ void ApplyTemplate(ImageView gray, const double* entries, std::int32_t size) {
       int sum = 0;
       for (std::int32_t a = 0; a < size; ++a)
         for (std::int32_t b = 0; b < size; ++b)
-          sum =
-              static_cast<int>(gray.Row(y - half + a)[x - half + b] * entries[a * size + b] + sum);
-      gray.Row(y)[x] = static_cast<std::uint8_t>(std::min(std::abs(sum), 255));
+          sum = LowInt32(gray.Row(y - half + a)[x - half + b] * entries[a * size + b] + sum);
+      gray.Row(y)[x] = static_cast<std::uint8_t>(std::min(std::abs(double{1} * sum), 255.0));
     }
   }
 }
@@ -136,7 +139,7 @@ void InvertBytes(ImageView image) {
       image.Row(y)[x] = static_cast<std::uint8_t>(255 - image.Row(y)[x]);
 }
 
-void EvenColumns(ImageView gray) {
+void EvenColumns(ImageView gray, int limit) {
   struct Column {
     int mean;
     double deviation;
@@ -145,15 +148,16 @@ void EvenColumns(ImageView gray) {
   std::vector<int> sorted;
   for (std::int32_t x = 0; x < gray.width; ++x) {
     std::vector<std::uint8_t> values;
-    for (std::int32_t y = 0; y < gray.height; ++y) values.push_back(gray.Row(y)[x]);
-    const int mean = static_cast<int>(std::accumulate(values.begin(), values.end(), 0LL) /
-                                      static_cast<long long>(values.size()));
+    for (std::int32_t y = 0; y < gray.height; ++y)
+      if (gray.Row(y)[x] <= limit) values.push_back(gray.Row(y)[x]);
+    const auto count = static_cast<int>(values.size());
+    const int mean = std::accumulate(values.begin(), values.end(), 0) / std::max(count, 1);
     double squares = 0;
     for (const int value : values) squares += (mean - value) * (mean - value);
-    const auto divisor = static_cast<double>(std::max<std::size_t>(values.size() - 1, 1));
-    columns.push_back({mean, std::sqrt(squares / divisor)});
+    columns.push_back({mean, std::sqrt(squares / std::max(count - 1, 1))});
     sorted.push_back(mean);
   }
+  if (sorted.empty()) return;
   std::sort(sorted.begin(), sorted.end());
   const int median = sorted[sorted.size() / 2];
   int means = 0, count = 0;

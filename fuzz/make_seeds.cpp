@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <jpeglib.h>
-
+#include "fuzz/jpeg_encoder.h"
 #include "image/image_view.h"
 #include "rastelo.h"
 
@@ -45,29 +44,10 @@ constexpr Coding kCodings[] = {
 };
 
 void WriteJpeg(const fs::path& path, const Coding& coding, int width, int height) {
-  jpeg_compress_struct codec{};
-  jpeg_error_mgr errors;
-  codec.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&codec);
-  unsigned char* out = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&codec, &out, &size);
-  codec.image_width = static_cast<JDIMENSION>(width);
-  codec.image_height = static_cast<JDIMENSION>(height);
-  codec.input_components = coding.channels;
-  codec.in_color_space = coding.channels == 1   ? JCS_GRAYSCALE
-                         : coding.channels == 3 ? JCS_RGB
-                                                : JCS_CMYK;
-  jpeg_set_defaults(&codec);
-  coding.choose(codec);
-  jpeg_start_compress(&codec, TRUE);
-  std::vector<unsigned char> row = Pattern(static_cast<std::size_t>(width * coding.channels));
-  JSAMPROW rows = row.data();
-  while (codec.next_scanline < codec.image_height) jpeg_write_scanlines(&codec, &rows, 1);
-  jpeg_finish_compress(&codec);
-  Write(path, out, size);
-  jpeg_destroy_compress(&codec);
-  std::free(out);
+  const auto file =
+      fuzz::EncodeJpeg(width, height, coding.channels, coding.choose,
+                       [](int, std::vector<std::uint8_t>& row) { row = Pattern(row.size()); });
+  Write(path, file.data(), file.size());
 }
 
 void WriteBmp(const fs::path& path, int width, int height, int bitCount) {

@@ -7,15 +7,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <random>
 #include <thread>
 
-#include <jpeglib.h>
-
+#include "fuzz/jpeg_encoder.h"
 #include "platform/jpeg_codec.h"
 #include "tests/allocations.h"
 #include "tests/object_probe.h"
@@ -199,28 +196,13 @@ Bytes ManyScans(int scans) {
   for (int band = 0; band < 64 && int(script.size()) < scans; ++band)
     for (int bit = 10; bit >= 0 && int(script.size()) < scans; --bit)
       script.push_back({1, {0}, band, band, bit == 10 ? 0 : bit + 1, bit});
-  jpeg_compress_struct codec{};
-  jpeg_error_mgr errors;
-  codec.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&codec);
-  unsigned char* out = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&codec, &out, &size);
-  codec.image_width = codec.image_height = 8;
-  codec.input_components = 1;
-  codec.in_color_space = JCS_GRAYSCALE;
-  jpeg_set_defaults(&codec);
-  codec.scan_info = script.data();
-  codec.num_scans = scans;
-  jpeg_start_compress(&codec, TRUE);
-  JSAMPLE row[8] = {1, 50, 200, 9, 77, 250, 3, 128};
-  JSAMPROW rows = row;
-  for (int y = 0; y < 8; ++y) jpeg_write_scanlines(&codec, &rows, 1);
-  jpeg_finish_compress(&codec);
-  const Bytes file(out, out + size);
-  jpeg_destroy_compress(&codec);
-  std::free(out);
-  return file;
+  const auto choose = [&](jpeg_compress_struct& codec) {
+    codec.scan_info = script.data();
+    codec.num_scans = scans;
+  };
+  return fuzz::EncodeJpeg(8, 8, 1, choose, [](int y, Bytes& row) {
+    for (std::size_t x = 0; x < row.size(); ++x) row[x] = std::uint8_t(x * x * 5 + std::size_t(y));
+  });
 }
 
 TEST(JpegFaults, EveryChangedByteIsTakenOrRefused) {
@@ -321,48 +303,6 @@ TEST(Copies, ShareAndLetGoInAnyOrder) {
     }
     for (const CRastelo& object : objects) ASSERT_TRUE(ObjectProbe::IsConsistent(object));
   }
-}
-
-/// Every operation but drawing.
-void RunEverything(const std::string& name) {
-  CRastelo object = ObjectWith(Noise(64, 64, 3));
-  LONG tables[3][256], sums[300], width, height;
-  double mean[9] = {};
-  for (const char* ending : {".bmp", ".jpg"}) {
-    object.SaveAs((name + ending).c_str());
-    object.OpenImage((name + ending).c_str());
-  }
-  object.GetSizeJPG((name + ".jpg").c_str(), &width, &height, nullptr);
-  object.SaveAs_visible_JPG((name + ".none").c_str());
-  object.Zoom_In(2);
-  object.Zoom_Out(-0.5);
-  object.RotateImage_Dir(1);
-  object.Zoom_Size(50, 60);
-  object.FFT();
-  object.ILPF(200);
-  object.IFFT();
-  object.HistogramStatic(tables[0], tables[1], tables[2]);
-  object.HistogramEqualization();
-  object.HistogramEqualization1();
-  object.HistogramEqualization2();
-  object.HistogramEqualization3();
-  object.ImgAverageLight(2, 0);
-  object.ImgTemplateOperator(mean, 3);
-  object.Img_Sobel();
-  object.ImgTrans2_0_1(9, 1, 1);
-  object.ImgProjectionHorizon(sums);
-  object.ReserveImgBlock(1, 1, 40, 40);
-  object.Segment_Otsu();
-  object.Segment_Graphcut();
-  object.Segment_NDHM(3);
-  object.Close();
-}
-
-TEST(Threads, RunObjectsOfTheirOwn) {
-  const std::string folder = TestFolder();
-  std::thread other([&] { RunEverything(folder + "other"); });
-  RunEverything(folder + "one");
-  other.join();
 }
 
 }  // namespace

@@ -6,8 +6,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include <jpeglib.h>
-
+#include "fuzz/jpeg_encoder.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
@@ -171,36 +170,17 @@ TEST(Bmp, CountsColourTableEntries) {
   }
 }
 
-/// A JPEG file of flat blocks that says which side is up, written by the codec itself.
+/// A JPEG file of flat blocks that says which side is up.
 Bytes MakeJpeg(int width, int height, int channels, bool progressive = false) {
-  jpeg_compress_struct codec{};
-  jpeg_error_mgr errors;
-  codec.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&codec);
-  unsigned char* out = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&codec, &out, &size);
-  codec.image_width = JDIMENSION(width);
-  codec.image_height = JDIMENSION(height);
-  codec.input_components = channels;
-  codec.in_color_space = channels == 1 ? JCS_GRAYSCALE : channels == 3 ? JCS_EXT_BGR : JCS_CMYK;
-  jpeg_set_defaults(&codec);
-  jpeg_set_quality(&codec, 100, TRUE);
-  if (channels == 3) codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor = 1;
-  if (progressive) jpeg_simple_progression(&codec);
-  jpeg_start_compress(&codec, TRUE);
-  for (int y = 0; y < height; ++y) {
-    Bytes row;
-    for (int i = 0; i < width * channels; ++i)
-      row.push_back(std::uint8_t(y < height / 2 ? 200 - 60 * (i % channels) : 30));
-    JSAMPROW rows = row.data();
-    jpeg_write_scanlines(&codec, &rows, 1);
-  }
-  jpeg_finish_compress(&codec);
-  const Bytes file(out, out + size);
-  jpeg_destroy_compress(&codec);
-  std::free(out);
-  return file;
+  const auto choose = [=](jpeg_compress_struct& codec) {
+    jpeg_set_quality(&codec, 100, TRUE);
+    if (channels == 3) codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor = 1;
+    if (progressive) jpeg_simple_progression(&codec);
+  };
+  return fuzz::EncodeJpeg(width, height, channels, choose, [=](int y, Bytes& row) {
+    for (std::size_t i = 0; i < row.size(); ++i)
+      row[i] = std::uint8_t(y < height / 2 ? 200 - 60 * (int(i) % channels) : 30);
+  });
 }
 
 TEST(Jpeg, OpensWithRowsFromTheBottomAndBlueFirst) {

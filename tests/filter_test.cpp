@@ -1,12 +1,11 @@
 // Pixel filters, light measures and evening, and the undo history that keeps nothing.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
 #include <cmath>
-#include <numeric>
 #include <random>
 
+#include "bench/plain.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
@@ -31,36 +30,10 @@ std::uint8_t& At(LiteralImage& image, int n) {
   return image.Pixels().Row(n / image.width)[n % image.width];
 }
 
-/// Writes `value(y - half, x - half)` to each pixel with `half` neighbours and a lower left one.
-LiteralImage Slide(LiteralImage& image, int half, auto value) {
-  for (int y = std::max(half, 1); y < image.height - half; ++y)
-    for (int x = std::max(half, 1); x < image.width - half; ++x)
-      image.Pixels().Row(y)[x] = std::uint8_t(std::min(value(y - half, x - half), 255.0));
+/// What a plain definition makes of an image.
+LiteralImage Plainly(LiteralImage image, auto apply) {
+  apply(image.Pixels());
   return image;
-}
-
-LiteralImage PlainSobel(LiteralImage image) {
-  const int kernel[] = {-1, 0, 1, -2, 0, 2, -1, 0, 1};
-  return Slide(image, 1, [&](int y, int x) {
-    int gx = 0, gy = 0;
-    for (int i = 0; i < 9; ++i) {
-      gx += kernel[i] * image.Pixels().Row(y + i / 3)[x + i % 3];
-      gy += kernel[i] * image.Pixels().Row(y + i % 3)[x + i / 3];
-    }
-    return std::sqrt(gx * gx + gy * gy);
-  });
-}
-
-LiteralImage PlainTemplate(LiteralImage image, const std::vector<double>& entries, int size) {
-  return Slide(image, size / 2, [&](int y, int x) {
-    std::int32_t sum = 0;
-    for (int i = 0; i < size * size; ++i) {
-      const double pixel = image.Pixels().Row(y + i / size)[x + i % size];
-      const double value = pixel * entries[std::size_t(i)] + sum;
-      sum = std::abs(value) < 9e18 ? std::int32_t(std::uint32_t(std::int64_t(value))) : 0;
-    }
-    return std::abs(double(sum));
-  });
 }
 
 TEST(PixelFilters, ReadWhatTheyHaveWritten) {
@@ -88,12 +61,12 @@ TEST(PixelFilters, ReadWhatTheyHaveWritten) {
     LiteralImage image = Noise(w, h, i / 4 % 2 * 2 + 1);
     if (i % 5 == 0)  // dim, so that less than 255 comes out
       for (int n = 0; n < w * h; ++n) At(image, n) /= 16;
-    ASSERT_EQ(After(image, sobel), PlainSobel(Gray(image)));
+    ASSERT_EQ(After(image, sobel), Plainly(Gray(image), plain::ApplySobel));
     std::vector<double> entries(std::size_t(size * size));
     for (double& entry : entries) entry = (int(random() % 4001) - 2000) / (i % 5 ? 8000.0 : 8e-7);
     if (i % 7 == 0) entries[random() % entries.size()] = i % 2 ? 1e30 : NAN;
     ASSERT_EQ(After(image, [&](auto& o) { o.ImgTemplateOperator(entries.data(), size); }),
-              PlainTemplate(Gray(image), entries, size));
+              Plainly(Gray(image), [&](auto v) { plain::ApplyTemplate(v, entries.data(), size); }));
     for (int refused : {INT_MIN, -1, 0, 2, 4, INT_MAX - 1, INT_MAX, 11, size}) {
       double* values = refused == size ? nullptr : entries.data();
       const auto refuse = [&](auto& o) { o.ImgTemplateOperator(values, refused); };
@@ -133,41 +106,8 @@ TEST(ImgGrayExceedProbability, ComparesTheShareAbove) {
   }
 }
 
-/// One pass over the columns, as it is described.
-LiteralImage PlainPass(LiteralImage image, int limit) {
-  std::vector<int> means;
-  std::vector<double> deviations;
-  for (int x = 0; x < image.width; ++x) {
-    std::vector<int> values;
-    for (int n = x; n < image.width * image.height; n += image.width)
-      if (At(image, n) <= limit) values.push_back(At(image, n));
-    const int n = int(values.size()), sum = std::accumulate(values.begin(), values.end(), 0);
-    means.push_back(sum / std::max(n, 1));
-    double squares = 0;
-    for (int v : values) squares += (means.back() - v) * (means.back() - v);
-    deviations.push_back(std::sqrt(squares / std::max(n - 1, 1)));
-  }
-  std::vector<int> sorted = means;
-  std::sort(sorted.begin(), sorted.end());
-  int reference = 0, count = 0;
-  double spread = 0;
-  for (std::size_t x = 0; x < means.size(); ++x) {
-    if (means[x] <= sorted[sorted.size() / 2]) continue;
-    reference += means[x];
-    spread += deviations[x];
-    ++count;
-  }
-  if (count == 0) return image;
-  reference /= count;
-  spread /= count;
-  for (int n = 0; n < image.width * image.height; ++n) {
-    const auto x = std::size_t(n % image.width);
-    std::uint8_t& level = At(image, n);
-    if (means[x] > reference || level > 240 || (deviations[x] <= 0 && spread > 0)) continue;
-    const int gain = spread > deviations[x] ? int(spread / deviations[x]) : 1;
-    level = std::uint8_t(std::min(level * gain + reference - means[x], 255));
-  }
-  return image;
+LiteralImage PlainPass(const LiteralImage& image, int limit) {
+  return Plainly(image, [=](auto view) { plain::EvenColumns(view, limit); });
 }
 
 TEST(ImgAverageLight, LiftsDarkColumns) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <thread>
 
 #include "tests/allocations.h"
 #include "tests/object_probe.h"
@@ -168,28 +169,51 @@ TEST(Object, TurnsRowsUpsideDown) {
   EXPECT_EQ(tails.bytes[7], 0xAA) << "whole rows change places";
 }
 
-TEST(OutOfMemory, LeavesTheObjectAsItWas) {
-  const std::string folder = TestFolder(), bmp = folder + "a.bmp", jpg = folder + "a.jpg";
+using Operation = std::function<void(CRastelo&)>;
+
+/// Every operation that takes memory or time, but for drawing. Files go to `folder`.
+std::vector<Operation> Operations(const std::string& folder) {
+  const std::string bmp = folder + "a.bmp", jpg = folder + "a.jpg";
   const LiteralImage image = Noise(40, 30, 3);
   CRastelo source = ObjectWith(image);
-  ASSERT_EQ(source.SaveAs(bmp.c_str()) + source.SaveAs(jpg.c_str()), 2);
-  const std::function<void(CRastelo&)> operations[] = {
-      [&](CRastelo& object) { object.OpenImage(bmp.c_str()); },
-      [&](CRastelo& object) { object.OpenImage(jpg.c_str()); },
-      [&](CRastelo& object) { object.SaveAs(bmp.c_str()); },
-      [&](CRastelo& object) { object.SetExternalImageBits(image.bytes.data(), 9, 9, 24); },
-      [&](CRastelo& object) { object.RotateImage_Dir(1); },
-      [&](CRastelo& object) { object.RGBImg2Gray(); },
-      [&](CRastelo& object) { object.Segment_Graphcut(); },
-      [&](CRastelo& object) { object.HistogramEqualization3(); },
-      [&](CRastelo& object) { object.Segment_NDHM(2); },
-      [&](CRastelo& object) { object.Zoom_In(1.5); },
-      [&](CRastelo& object) { object.Zoom_Size(20, 20); },
-      [&](CRastelo& object) { object.Img_Sobel(); },
-      [&](CRastelo& object) { object.ImgAverageLight(2, 0); },
-      [&](CRastelo& object) { object.FFT(); }};
+  EXPECT_EQ(source.SaveAs(bmp.c_str()) + source.SaveAs(jpg.c_str()), 2);
+  return {[=](CRastelo& object) { object.OpenImage(bmp.c_str()); },
+          [=](CRastelo& object) { object.OpenImage(jpg.c_str()); },
+          [=](CRastelo& object) { object.SaveAs(bmp.c_str()); },
+          [=](CRastelo& object) { object.SetExternalImageBits(image.bytes.data(), 9, 9, 24); },
+          [](CRastelo& object) { object.RotateImage_Dir(1); },
+          [](CRastelo& object) { object.RGBImg2Gray(); },
+          [](CRastelo& object) { object.Segment_Otsu(); },
+          [](CRastelo& object) { object.Segment_Graphcut(); },
+          [](CRastelo& object) { object.HistogramEqualization2(); },
+          [](CRastelo& object) { object.HistogramEqualization3(); },
+          [](CRastelo& object) { object.Segment_NDHM(2); },
+          [](CRastelo& object) { object.Zoom_In(1.5); },
+          [](CRastelo& object) { object.Zoom_Size(20, 20); },
+          [](CRastelo& object) { object.Img_Sobel(); },
+          [](CRastelo& object) { object.ImgTrans2_0_1(90, 1, 1); },
+          [](CRastelo& object) { object.ImgAverageLight(2, 0); },
+          [](CRastelo& object) { object.FFT(); },
+          [](CRastelo& object) { object.IFFT(); }};
+}
+
+TEST(Threads, RunObjectsOfTheirOwn) {
+  const std::string folder = TestFolder();
+  const auto runAll = [](const std::vector<Operation>& operations) {
+    CRastelo object = ObjectWith(Noise(64, 64, 3));
+    for (const Operation& operation : operations) operation(object);
+  };
+  std::filesystem::create_directory(folder + "other");
+  const auto here = Operations(folder), there = Operations(folder + "other/");
+  std::thread other([&] { runAll(there); });
+  runAll(here);
+  other.join();
+}
+
+TEST(OutOfMemory, LeavesTheObjectAsItWas) {
+  const std::vector<Operation> operations = Operations(TestFolder());
   for (const int pixelBytes : {1, 3}) {
-    for (std::size_t i = 0; i < std::size(operations); ++i) {
+    for (std::size_t i = 0; i < operations.size(); ++i) {
       for (long successes = 0; successes < 50; ++successes) {
         CRastelo object = ObjectWith(Noise(20, 20, pixelBytes));
         const auto before = ObjectProbe::Of(object);

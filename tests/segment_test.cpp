@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "bench/plain.h"
 #include "segment/graph_cut.h"
 #include "segment/ndhm.h"
 #include "tests/object_probe.h"
@@ -58,20 +59,13 @@ TEST(Otsu, WantsOnePercentOnEitherSide) {
 }
 
 TEST(GraphCut, SumsAffinitiesPairByPair) {
-  static AffinityTable table, plain;
+  static AffinityTable table, expected;
   for (int i = 0; i < 2 * 81; ++i) {
     const int w = i / 2 % 9 + 1, h = i / 18 + 1;
     LiteralImage image = i % 2 ? Changed(Noise(w, h), OneOfFive) : Noise(w, h);
     rastelo::SumAffinities(image.Pixels(), table);
-    for (auto& row : plain) row.fill(0.0);
-    for (int j = 0; j < w * h * 9; ++j) {  // each pixel with its neighbours, row by row
-      const int x = j / 9 % w, y = j / 9 / w, dx = j % 3 - 1, dy = j % 9 / 3 - 1;
-      if (j % 9 == 4 || x + dx < 0 || x + dx >= w || y + dy < 0 || y + dy >= h) continue;
-      const int c = image.Pixels().Row(y)[x], n = image.Pixels().Row(y + dy)[x + dx];
-      plain[c][n] += std::exp(-1.0 * ((dx * dx + dy * dy) * 0.25 + (n - c) * (n - c) / 625.0));
-    }
-    for (int j = 0; j < 255; ++j) plain[j][j] = 0.0;
-    ASSERT_TRUE(table == plain) << image;
+    plain::SumAffinities(image.Pixels(), expected);
+    ASSERT_TRUE(table == expected) << image;
   }
 }
 
@@ -151,11 +145,7 @@ TEST(Segment, SplitsBothDepthsAsThePlainRule) {
     if ((w + h) % 3 == 0) image = Changed(image, OneOfFive);
     LiteralImage complement = Changed(image, [](int level) { return 255 - level; });
     const auto v = complement.Pixels();
-    std::array<std::int32_t, 256> totals{};
-    for (int y = r; y < h - r; ++y)
-      for (int x = r; x < w - r; ++x)
-        for (int j = 0; j < 4 * r * r; ++j)
-          totals[v.Row(y)[x]] += v.Row(y)[x] - v.Row(y - r + j / (2 * r))[x - r + j % (2 * r)];
+    const auto totals = plain::SumContrasts(v, r);
     int threshold = 0;
     for (int level = 0; level < 256; ++level)
       if (totals[level] > std::max(0, totals[threshold])) threshold = level;

@@ -4,32 +4,18 @@
 #include <climits>
 #include <cmath>
 
+#include "bench/plain.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
 
 namespace {
 
-/// The sampling as it is described, one source byte after the other. Row tails are 0.
+/// What the plain definition gives. Row tails are 0.
 LiteralImage PlainZoom(LiteralImage source, int width, int height) {
-  const int sourceWidth = source.width, sourceHeight = source.height, bytes = source.pixelBytes;
-  LiteralImage target(width, height, bytes);
+  LiteralImage target(width, height, source.pixelBytes);
   target.bytes.assign(target.bytes.size(), 0);
-  const float scaleX = float(sourceWidth) / float(width);
-  const float scaleY = float(sourceHeight) / float(height);
-  for (int i = 0; i < width * height * bytes; ++i) {
-    const int c = i % bytes, x = i / bytes % width, y = i / bytes / width;
-    const float column = float(x) * scaleX, row = float(y) * scaleY;
-    const int sx = int(column), sy = int(row);
-    const float fx = column - float(sx), fy = row - float(sy), gx = 1.0f - fx, gy = 1.0f - fy;
-    const int stepX = sourceWidth == 1 ? 0 : sx >= sourceWidth - 1 ? -1 : 1;
-    const int stepY = sourceHeight == 1 ? 0 : sy >= sourceHeight - 1 ? -1 : 1;
-    const auto at = [&](int px, int py) { return float(source.Pixels().Row(py)[px * bytes + c]); };
-    float value = at(sx, sy) * (gx * gy) + at(sx + stepX, sy) * (gy * fx);
-    value = value + at(sx, sy + stepY) * (gx * fy);
-    value = value + at(sx + stepX, sy + stepY) * (fy * fx);
-    target.Pixels().Row(y)[x * bytes + c] = std::uint8_t(value);
-  }
+  plain::ZoomBilinear(source.Pixels(), target.Pixels(), source.pixelBytes);
   return target;
 }
 
