@@ -205,17 +205,41 @@ void BM_Fft(benchmark::State& state) {
 }
 BENCHMARK(BM_Fft)->Args({2048, 0})->Args({2048, 1})->Unit(benchmark::kMillisecond);
 
-void BM_CutAndBack(benchmark::State& state) {
-  CRastelo image = ObjectWith(Picture(state.range(0)));
+/// The cut on an object's coefficients, and the way back from them.
+void BM_CutAndBack(benchmark::State& state, bool isPlain) {
+  const int exponent = static_cast<int>(state.range(0));
+  const std::size_t count = std::size_t{1} << (2 * exponent);
+  CRastelo image = ObjectWith(Picture(1 << exponent));
+  std::vector<Complex> coefficients(count);
+  std::vector<std::uint8_t> cells(count);
   for (auto _ : state) {
     state.PauseTiming();
-    image.FFT();
+    if (isPlain)
+      std::fill(coefficients.begin(), coefficients.end(), Complex{3e4, 1e4});
+    else
+      image.FFT();
     state.ResumeTiming();
-    image.ILPF(300.0);
-    image.IFFT();
+    if (isPlain) {
+      plain::CutMagnitudes(coefficients.data(), exponent, 300.0, cells.data());
+      plain::InvertPlane(coefficients.data(), exponent, cells.data());
+    } else {
+      image.ILPF(300.0);
+      image.IFFT();
+    }
   }
 }
-BENCHMARK(BM_CutAndBack)->Arg(2048)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_CutAndBack, ours, false)->Arg(11)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_CutAndBack, plain, true)->Arg(11)->Unit(benchmark::kMillisecond);
+
+void BM_Exceeds(benchmark::State& state, bool isPlain) {
+  const PixelStore picture = Picture(state.range(0));
+  CRastelo image = ObjectWith(picture);
+  for (auto _ : state)
+    benchmark::DoNotOptimize(isPlain ? plain::ExceedsShare(picture.Pixels(), 180, 0.9)
+                                     : image.ImgGray_Exceed_Probability(180, 0.9));
+}
+BENCHMARK_CAPTURE(BM_Exceeds, ours, false)->Arg(kSide)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Exceeds, plain, true)->Arg(kSide)->Unit(benchmark::kMillisecond);
 
 void BM_ZoomObject(benchmark::State& state) {
   CRastelo image = ObjectWith(Picture(state.range(0)));

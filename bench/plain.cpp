@@ -220,4 +220,41 @@ void TransformPlane(Complex* first, Complex* second, int exponent) {
     RunTransform(first + side * x, second + side * x, exponent);
 }
 
+void CutMagnitudes(Complex* coefficients, int exponent, double limit, std::uint8_t* cells) {
+  const std::size_t side = std::size_t{1} << exponent;
+  std::fill_n(cells, side * side, std::uint8_t{0});
+  for (std::size_t v = 0; v < side; ++v) {
+    for (std::size_t u = 0; u < side; ++u) {
+      Complex& z = coefficients[side * u + v];
+      const double magnitude = std::sqrt(z.re * z.re + z.im * z.im) / 100.0;
+      if (limit >= magnitude)
+        cells[side * ((u + side / 2) % side) + (v + side / 2) % side] = LowByte(magnitude);
+      else
+        z = {0.0, 0.0};
+    }
+  }
+}
+
+void InvertPlane(const Complex* coefficients, int exponent, std::uint8_t* cells) {
+  const std::size_t side = std::size_t{1} << exponent, count = side * side;
+  std::vector<Complex> first(coefficients, coefficients + count), second(count);
+  for (Complex& z : first) z.im = -z.im;
+  TransformPlane(first.data(), second.data(), exponent);
+  for (std::size_t y = 0; y < side; ++y)
+    for (std::size_t x = 0; x < side; ++x)
+      cells[side * ((y + side / 2) % side) + (x + side / 2) % side] =
+          LowByte(second[side * y + x].re / static_cast<double>(count));
+}
+
+bool ExceedsShare(ConstImageView gray, int level, double share) {
+  double above = 0, total = 0;
+  for (std::int32_t y = 0; y < gray.height; ++y) {
+    for (std::int32_t x = 0; x < gray.width; ++x) {
+      ++total;
+      if (gray.Row(y)[x] > level) ++above;
+    }
+  }
+  return above / total > share;
+}
+
 }  // namespace plain

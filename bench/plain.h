@@ -25,6 +25,10 @@ void EvenColumns(rastelo::ImageView gray, int limit);
 void RunTransform(const Complex* in, Complex* out, int exponent);
 /// Of a square whose sides are powers of two.
 void TransformPlane(Complex* first, Complex* second, int exponent);
+void CutMagnitudes(Complex* coefficients, int exponent, double limit, std::uint8_t* cells);
+/// The low bytes that the coefficients give back, with exchanged quadrants.
+void InvertPlane(const Complex* coefficients, int exponent, std::uint8_t* cells);
+bool ExceedsShare(rastelo::ConstImageView gray, int level, double share);
 
 }  // namespace plain
 

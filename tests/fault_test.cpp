@@ -159,19 +159,30 @@ TEST(FileFaults, FailedWritesAreToldAndKeepTheObject) {
     EXPECT_EQ(With({.write = write}, [&] { return object.SaveAs(bmp.c_str()); }), 0);
     EXPECT_EQ(std::filesystem::file_size(bmp), written[write]);
   }
-  EXPECT_EQ(With({.close = 0}, [&] { return object.SaveAs(bmp.c_str()); }), 0);
+  const std::string full = TestFolder() + "full";
+  for (const char* ending : {".bmp", ".jpg"})
+    std::filesystem::create_symlink("/dev/full", full + ending);
   const struct {
     Faults planned;
+    std::string path;
     int saved;
+    std::size_t boxes;
     const char* line;
-  } cases[] = {{{.write = 0}, 0, "Can't write image\n\n"},
-               {{.close = 0}, 0, "Can't write image\n\n"},
-               {{.init = true}, 1, "Can't initialize Intel(R) JPEG library\n\n"},
-               {{.free = true}, 1, "Can't free Intel(R) JPEG library\n\n"}};
+  } cases[] = {{{.close = 0}, bmp, 0, 0, ""},
+               {{}, full + ".bmp", 0, 0, ""},
+               {{}, full + "/a.bmp", 0, 2, ""},
+               {{.write = 0}, jpeg, 0, 0, "Can't write image\n\n"},
+               {{.close = 0}, jpeg, 0, 0, "Can't write image\n\n"},
+               {{}, full + ".jpg", 0, 0, "Can't write image\n\n"},
+               {{}, full + "/a.jpg", 0, 0, "Can't write image\n\n"},
+               {{.init = true}, jpeg, 1, 0, "Can't initialize Intel(R) JPEG library\n\n"},
+               {{.free = true}, jpeg, 1, 0, "Can't free Intel(R) JPEG library\n\n"}};
   for (const auto& c : cases) {
+    const HookRecorder hooks;
     testing::internal::CaptureStderr();
-    EXPECT_EQ(With(c.planned, [&] { return object.SaveAs(jpeg.c_str()); }), c.saved);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line);
+    EXPECT_EQ(With(c.planned, [&] { return object.SaveAs(c.path.c_str()); }), c.saved) << c.path;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line) << c.path;
+    EXPECT_EQ(hooks.boxes.size(), c.boxes) << c.path;
   }
   EXPECT_EQ(ObjectProbe::Of(object), before);
 }

@@ -87,6 +87,8 @@ TEST(Bmp, OpensColoursAsKeyAndFill) {
   EXPECT_TRUE(std::equal(file.begin() + 14, file.end(), state.bmpHeader.begin()));
 }
 
+void CutTable(Bytes& file, int bytes) { file.erase(file.begin() + 54, file.begin() + 54 + bytes); }
+
 /// A BMP file with its parts changed, and the picture that comes out of it.
 struct BmpVariant {
   const char* name;
@@ -97,24 +99,9 @@ struct BmpVariant {
 const BmpVariant kBmpVariants[] = {
     {"AsItIs", [](Bytes&) {}, true},
     {"TopDown", [](Bytes& f) { Put32(f, 22, std::uint32_t(-3)); }, true, true},
-    {"LongHeader",
-     [](Bytes& f) {
-       Put32(f, 14, 108);
-       f.insert(f.begin() + 54, 68, 0xCC);
-     },
-     true},
-    {"ShortTable",
-     [](Bytes& f) {
-       Put32(f, 46, 2);
-       f.erase(f.begin() + 54, f.begin() + 54 + 1016);
-     },
-     true},
-    {"TableSizeWraps",
-     [](Bytes& f) {
-       Put32(f, 46, 16385);
-       f.erase(f.begin() + 54, f.begin() + 54 + 1020);
-     },
-     true},
+    {"LongHeader", [](Bytes& f) { Put32(f, 14, 108), f.insert(f.begin() + 54, 68, 0xCC); }, true},
+    {"ShortTable", [](Bytes& f) { Put32(f, 46, 2), CutTable(f, 1016); }, true},
+    {"TableSizeWraps", [](Bytes& f) { Put32(f, 46, 16385), CutTable(f, 1020); }, true},
     {"TrailingBytes", [](Bytes& f) { f.resize(f.size() + 5000); }, true},
     {"CoreHeader", [](Bytes& f) { Put32(f, 14, 12); }, false},
     {"HeaderBeyondTheFile", [](Bytes& f) { Put32(f, 14, 0xFFFFFFFF); }, false},
@@ -346,31 +333,11 @@ TEST(Files, ShowAMessageForWhatCannotBeOpened) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "错误! 文件不存在!\n");
 }
 
-TEST(Files, SaysWhichSavesFail) {
+TEST(Files, AreNotMadeWithoutAnImage) {
   const std::string folder = TestFolder();
-  for (const char* name : {"full.bmp", "full.jpg"})
-    std::filesystem::create_symlink("/dev/full", folder + name);
-  const struct {
-    const char* name;
-    bool box;
-    const char* line;
-  } cases[] = {{"full.bmp", false, ""},
-               {"full.jpg", false, "Can't write image\n\n"},
-               {"none/a.bmp", true, ""},
-               {"none/a.jpg", false, "Can't write image\n\n"}};
-  CRastelo object = ObjectWith(Noise(5, 4, 3));
-  const auto before = ObjectProbe::Of(object);
-  for (const auto& c : cases) {
-    const HookRecorder hooks;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(object.SaveAs((folder + c.name).c_str()), 0) << c.name;
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line) << c.name;
-    EXPECT_EQ(hooks.boxes.size(), c.box ? 2u : 0u) << c.name;
-  }
-  EXPECT_EQ(ObjectProbe::Of(object), before);
   for (const char* name : {"a.bmp", "a.jpg"})
-    EXPECT_EQ(CRastelo().SaveAs((folder + name).c_str()), 0) << "without an image";
-  EXPECT_FALSE(std::filesystem::exists(folder + "a.bmp"));
+    EXPECT_EQ(CRastelo().SaveAs((folder + name).c_str()), 0);
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
 }
 
 TEST(VisibleSave, WritesTheDrawnAreaAsFarAsItLiesInTheImage) {

@@ -32,19 +32,8 @@ struct ObjectProbe {
     object.ReverseBitsY(image.width, image.height, image.BitCount(), image.bytes.data());
   }
   static LONG GetImgSize(CRastelo& object) { return object.GetImgSize("any"); }
-  static int GetImgAvgGray(CRastelo& object, int* average) { return object.GetImgAvgGray(average); }
-  static void SearchOtsu(CRastelo& object, int low, int high, int* result) {
-    object.SearchOptimalThreshold_Otsu(low, high, result);
-  }
-  static void SearchOtsu(CRastelo& object, int* result) {
-    object.SearchOptimalThreshold_Otsu(result);
-  }
-  static void SearchGraphCut(CRastelo& object, int* result) {
-    object.SearchOptimalThreshold_GraphCut(result);
-  }
-  static void SearchNdhm(CRastelo& object, int radius, int* result) {
-    object.SearchOptimalThreshold_NDHM(radius, result);
-  }
+  static int GetImgAvgGray(CRastelo& o, int* average) { return o.GetImgAvgGray(average); }
+  static void SearchOtsu(CRastelo& o, auto... a) { o.SearchOptimalThreshold_Otsu(a...); }
 };
 
 }  // namespace rastelo
