@@ -4,7 +4,11 @@
 #include <memory>
 
 #include "bench/peak_memory.h"
-#include "bench/plain.h"
+#include "bench/plain/filter.h"
+#include "bench/plain/frequency.h"
+#include "bench/plain/geometry.h"
+#include "bench/plain/histogram.h"
+#include "bench/plain/segment.h"
 #include "filter/even_light.h"
 #include "filter/invert.h"
 #include "filter/push.h"

@@ -23,7 +23,7 @@ require() {
   fi
 }
 
-build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libcli11-dev)
+build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev)
 
 # build PRESET: configures once, then builds what has changed.
 build() {

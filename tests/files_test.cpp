@@ -6,7 +6,10 @@
 #include <cstring>
 #include <filesystem>
 
+#include "bench/plain/image.h"
 #include "fuzz/jpeg_encoder.h"
+#include "image/key_colour.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
@@ -141,6 +144,22 @@ TEST_P(BmpFile, OpensToItsPixelsOrLeavesTheObjectAlone) {
   for (std::int32_t y = 0; y < 3; ++y) std::memset(image.Pixels().Row(y) + 5, 0, 3);
   EXPECT_EQ(ImageOf(object), image);
   EXPECT_EQ(ObjectProbe::Of(object).loaded, image.bytes);
+}
+
+TEST(KeyColourPass, IsThePlainOneOnEveryTarget) {
+  const auto withKeys = [](rastelo::ImageView bgr, auto pass) {
+    for (std::int32_t y = 0; y < bgr.height; ++y) {
+      for (std::int32_t x = y; x < bgr.width; x += 3) {
+        std::uint8_t* pixel = bgr.Row(y) + std::ptrdiff_t{3} * x;
+        pixel[0] = pixel[2] = 255;
+        pixel[1] = x % 2 == 0 ? 0 : pixel[1];
+      }
+    }
+    pass(bgr);
+  };
+  ExpectSameInPlace(
+      3, [&](auto bgr) { withKeys(bgr, rastelo::ReduceToKeyColour); },
+      [&](auto bgr) { withKeys(bgr, plain::ReduceToKeyColour); });
 }
 
 TEST(Bmp, CountsColourTableEntries) {

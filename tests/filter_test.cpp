@@ -5,7 +5,7 @@
 #include <cmath>
 #include <random>
 
-#include "bench/plain.h"
+#include "bench/plain/filter.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <random>
 
-#include "bench/plain.h"
+#include "bench/plain/histogram.h"
 #include "histogram/class_pair.h"
 #include "histogram/gray_map.h"
 #include "tests/object_probe.h"

@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "bench/plain.h"
+#include "bench/plain/segment.h"
 #include "segment/graph_cut.h"
 #include "segment/ndhm.h"
 #include "tests/object_probe.h"

@@ -4,7 +4,7 @@
 #include <climits>
 #include <cmath>
 
-#include "bench/plain.h"
+#include "bench/plain/geometry.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;

@@ -1,0 +1,12 @@
+#ifndef RASTELO_BENCH_PLAIN_IMAGE_H
+#define RASTELO_BENCH_PLAIN_IMAGE_H
+
+#include "image/image_view.h"
+
+namespace plain {
+
+void ReduceToKeyColour(rastelo::ImageView bgr);
+
+}  // namespace plain
+
+#endif  // RASTELO_BENCH_PLAIN_IMAGE_H

@@ -1,0 +1,39 @@
+#ifndef RASTELO_TESTS_KERNEL_CHECK_H
+#define RASTELO_TESTS_KERNEL_CHECK_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "image/image_view.h"
+
+/// Runs `check` once with each instruction set that this machine has.
+void OnEveryTarget(const std::function<void()>& check);
+
+/// Pixels with a name, in a buffer of exactly their size, the bytes behind each row poisoned.
+struct TestPicture {
+  std::string name;
+  int pixelBytes;
+  std::int32_t width, height, pitch;
+  std::vector<std::uint8_t> bits;
+
+  rastelo::ImageView Pixels() { return {bits.data(), width, height, pitch}; }
+  rastelo::ConstImageView Pixels() const { return {bits.data(), width, height, pitch}; }
+  /// The same size, every byte poisoned.
+  TestPicture Blank(std::int32_t newWidth, std::int32_t newHeight, int newPixelBytes) const;
+};
+
+/// What pictures to try: noise, soft shapes, one level, pixels of three equal bytes.
+enum class Content { kNoise, kSoft, kFlat, kNeutral };
+TestPicture MakePicture(std::int32_t width, std::int32_t height, int pixelBytes, Content content);
+
+/// Calls `check` with pictures of every width from 0 to 130, of a few heights and contents, and of
+/// some larger odd sizes.
+void ForAwkwardPictures(int pixelBytes, const std::function<void(const TestPicture&)>& check);
+
+/// Expects that both leave the same bytes, those behind the rows included, in every awkward
+/// picture and on every instruction set.
+void ExpectSameInPlace(int pixelBytes, const std::function<void(rastelo::ImageView)>& ours,
+                       const std::function<void(rastelo::ImageView)>& plain);
+
+#endif  // RASTELO_TESTS_KERNEL_CHECK_H
