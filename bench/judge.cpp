@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <map>
@@ -58,6 +59,16 @@ void Measure(benchmark::State& state, const MakeWork& make, const Setting& setti
   }
 }
 
+void RegisterOne(const std::string& operation, const std::string& variant, const MakeWork& make,
+                 const Setting& setting) {
+  const std::string name = operation + "/" + std::to_string(setting.side) + "/" +
+                           kContentNames[static_cast<std::size_t>(setting.content)] + "/" + variant;
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [=](benchmark::State& state) { Measure(state, make, setting); })
+      ->UseManualTime()
+      ->Unit(benchmark::kMicrosecond);
+}
+
 }  // namespace
 
 const PixelStore& Setting::Picture(int bitCount) const {
@@ -70,18 +81,14 @@ const PixelStore& Setting::Picture(int bitCount) const {
 
 int Register(const std::string& operation, const std::string& variant, const MakeWork& make,
              const Range& range) {
-  for (const std::int32_t side : range.sides) {
-    for (const Content content : range.contents) {
-      const std::string name = operation + "/" + std::to_string(side) + "/" +
-                               kContentNames[static_cast<std::size_t>(content)] + "/" + variant;
-      benchmark::RegisterBenchmark(name.c_str(),
-                                   [=](benchmark::State& state) {
-                                     Measure(state, make, Setting{side, content});
-                                   })
-          ->UseManualTime()
-          ->Unit(benchmark::kMicrosecond);
-    }
-  }
+  for (const std::int32_t side : range.sides)
+    for (const Content content : range.contents)
+      RegisterOne(operation, variant, make, {side, content});
+  if (variant != "ours") return 0;
+  // How the cost grows with the picture.
+  for (const std::int32_t side : {256, 1024, 4096})
+    if (std::count(range.sides.begin(), range.sides.end(), side) == 0)
+      RegisterOne(operation, variant, make, {side, range.contents.front()});
   return 0;
 }
 

@@ -38,8 +38,9 @@ struct Range {
   std::vector<Content> contents = {Content::kPhoto, Content::kNoise};
 };
 
-/// Registers the benchmarks "`operation`/side/content/`variant`" for all of a range. `operation` is
-/// the name under which bench/goals.tsv lists it; `variant` is "ours", "plain" or "peer".
+/// Registers the benchmarks "`operation`/side/content/`variant`" for all of a range; ours also
+/// at the sides 256, 1024 and 4096 of the range's first content. `operation` is the name under
+/// which bench/goals.tsv lists it; `variant` is "ours", "plain" or "peer".
 /// @return 0, to initialise a constant of a source file.
 int Register(const std::string& operation, const std::string& variant, const MakeWork& make,
              const Range& range = {});

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Sets the least times of a benchmark run side by side.
 
-table.py RESULTS.json: prints a Markdown table of operation, size, content, ours, plain, peer, the
-ratio of ours to the peer and the goal. Ratios of searches, whose peer is plain code, are to that.
+table.py RESULTS.json: prints two Markdown tables: ours beside the plain definition and the peer,
+with the ratio of ours to the peer and the goal (the searches' peer is plain code); and how the cost
+of ours grows with the picture.
 """
 import collections
 import json
@@ -38,28 +39,51 @@ def show_time(microseconds):
     return f"{microseconds / 1000:.3g} ms"
 
 
-def main():
-    goals = read_goals()
-    order = list(goals)
-    times = read_least_times(sys.argv[1])
+def beside(row, peer):
+    return row.get("plain") if peer == "plain code" else row.get("peer")
+
+
+def print_comparison(times, goals):
     print("| operation | size | content | ours | plain | peer | ours / peer | goal | peer is |")
     print("|---|---|---|---|---|---|---|---|---|")
-    place = lambda name: order.index(name) if name in goals else len(order)
-    missed = 0
-    for key in sorted(times, key=lambda k: (place(k[0]), k)):
-        operation, side, content = key
-        row = times[key]
+    compared = missed = 0
+    for (operation, side, content), row in times:
+        if len(row) < 2:
+            continue
         peer, small, large = goals.get(operation, ("", None, None))
-        beside = row.get("plain") if peer == "plain code" else row.get("peer")
-        ratio = row["ours"] / beside if "ours" in row and beside else None
         goal = small if side <= 1024 else large
-        reached = "" if ratio is None or goal is None or ratio <= goal else " missed"
-        missed += bool(reached)
+        ratio = row["ours"] / beside(row, peer) if beside(row, peer) else None
+        is_missed = None not in (ratio, goal) and ratio > goal
+        compared += 1
+        missed += is_missed
         print(f"| {operation} | {side} | {content} | {show_time(row.get('ours'))} "
               f"| {show_time(row.get('plain'))} | {show_time(row.get('peer'))} "
               f"| {'' if ratio is None else format(ratio, '.3g')} "
-              f"| {'' if goal is None else format(goal, 'g')}{reached} | {peer} |")
-    print(f"\n{len(times)} rows, {missed} above their goal.")
+              f"| {'' if goal is None else format(goal, 'g')}{' missed' if is_missed else ''} "
+              f"| {peer} |")
+    print(f"\n{compared} rows, {missed} above their goal.")
+
+
+def print_growth(times):
+    print("\n| operation | content | 256 | 1024 | 4096 |\n|---|---|---|---|---|")
+    costs = collections.defaultdict(dict)
+    for (operation, side, content), row in times:
+        if side in (256, 1024, 4096) and "ours" in row:
+            costs[operation, content][side] = row["ours"]
+    for (operation, content), cost in costs.items():
+        if len(cost) == 3:
+            cells = [f"{show_time(cost[side])}, {cost[side] * 1000 / side**2:.3g} ns a pixel"
+                     for side in sorted(cost)]
+            print(f"| {operation} | {content} | {' | '.join(cells)} |")
+
+
+def main():
+    goals = read_goals()
+    order = list(goals)
+    place = lambda name: order.index(name) if name in goals else len(order)
+    times = sorted(read_least_times(sys.argv[1]).items(), key=lambda t: (place(t[0][0]), t[0]))
+    print_comparison(times, goals)
+    print_growth(times)
 
 
 if __name__ == "__main__":
