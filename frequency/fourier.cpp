@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "image/truncate.h"
+#include "numeric/rounded_functions.h"
 #include "platform/torvex.h"
 
 namespace rastelo {
@@ -60,7 +61,7 @@ FourierTransform::FourierTransform(int exponent)
       work_(std::size_t{1} << exponent) {
   for (std::size_t i = 0; i < factors_.size(); ++i) {
     const double angle = static_cast<double>(i) * kMinusTwoPi / static_cast<double>(work_.size());
-    factors_[i] = {std::cos(angle), std::sin(angle)};
+    factors_[i] = RoundedUnit(angle);
   }
 }
 

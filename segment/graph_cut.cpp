@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cfloat>
-#include <cmath>
 #include <cstdlib>
+
+#include "numeric/rounded_functions.h"
 
 namespace rastelo {
 namespace {
@@ -16,7 +17,7 @@ class Weights {
     for (int square = 1; square <= 2; ++square)
       for (int difference = 0; difference < 256; ++difference)
         weights_[static_cast<std::size_t>(square - 1)][static_cast<std::size_t>(difference)] =
-            std::exp(-1.0 * (square * 0.25 + difference * difference / 625.0));
+            RoundedExp(-1.0 * (square * 0.25 + difference * difference / 625.0));
   }
   double Of(bool diagonal, int centre, int neighbour) const {
     return weights_[diagonal][static_cast<std::size_t>(std::abs(neighbour - centre))];
