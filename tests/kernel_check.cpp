@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <hwy/highway.h>
 
+#include <algorithm>
+
 namespace {
 
 constexpr std::uint8_t kPoison = 0xA5;
@@ -24,7 +26,10 @@ std::uint8_t MakeByte(Content content, std::int32_t x, std::int32_t y, int plane
 }  // namespace
 
 void OnEveryTarget(const std::function<void()>& check) {
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+  std::vector<std::int64_t> targets = hwy::SupportedAndGeneratedTargets();
+  if (std::find(targets.begin(), targets.end(), HWY_STATIC_TARGET) == targets.end())
+    targets.push_back(HWY_STATIC_TARGET);
+  for (const std::int64_t target : targets) {
     SCOPED_TRACE(hwy::TargetName(target));
     hwy::SetSupportedTargetsForTest(target);
     hwy::GetChosenTarget().DeInit();

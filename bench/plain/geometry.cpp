@@ -1,10 +1,33 @@
 #include "bench/plain/geometry.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace plain {
 
 using namespace rastelo;
+
+void BgrToGray(ConstImageView bgr, ImageView gray) {
+  for (std::int32_t y = 0; y < bgr.height; ++y) {
+    for (std::int32_t x = 0; x < bgr.width; ++x) {
+      const std::uint8_t* pixel = bgr.Row(y) + std::ptrdiff_t{3} * x;
+      const double sum = pixel[1] * 0.587 + pixel[0] * 0.114;
+      gray.Row(y)[x] = static_cast<std::uint8_t>(sum + pixel[2] * 0.299);
+    }
+  }
+}
+
+void RotateQuarter(ConstImageView source, int pixelBytes, Turn turn, ImageView target) {
+  for (std::int32_t i = 0; i < target.height; ++i) {
+    for (std::int32_t j = 0; j < target.width; ++j) {
+      const bool counter = turn == Turn::kCounterClockwise;
+      const std::ptrdiff_t column = counter ? i : source.width - 1 - i;
+      const std::uint8_t* from =
+          source.Row(counter ? source.height - 1 - j : j) + column * pixelBytes;
+      std::copy_n(from, pixelBytes, target.Row(i) + std::ptrdiff_t{j} * pixelBytes);
+    }
+  }
+}
 
 void ZoomBilinear(ConstImageView source, ImageView target, int pixelBytes) {
   const float scaleX = static_cast<float>(source.width) / static_cast<float>(target.width);
