@@ -4,6 +4,9 @@
 #include <climits>
 #include <set>
 
+#include "bench/plain/geometry.h"
+#include "geometry/gray.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 namespace {
@@ -47,6 +50,39 @@ TEST(RGBImg2Gray, WeighsTheColours) {
   }
 }
 
+TEST(BgrToGray, IsThePlainOneForEveryColourAndOnEveryTarget) {
+  ExpectSameTarget(
+      3, [](const TestPicture& bgr) { return bgr.Blank(bgr.width, bgr.height, 1); },
+      rastelo::BgrToGray, plain::BgrToGray);
+  TestPicture colours = TestPicture{}.Blank(1 << 16, 1, 3);
+  TestPicture gray = colours.Blank(1 << 16, 1, 1), expected = gray;
+  for (int blue = 0; blue < 256; ++blue) {
+    for (std::size_t i = 0; i < 1 << 16; ++i) {
+      colours.bits[3 * i] = static_cast<std::uint8_t>(blue);
+      colours.bits[3 * i + 1] = static_cast<std::uint8_t>(i);
+      colours.bits[3 * i + 2] = static_cast<std::uint8_t>(i >> 8);
+    }
+    rastelo::BgrToGray(colours.Pixels(), gray.Pixels());
+    plain::BgrToGray(colours.Pixels(), expected.Pixels());
+    ASSERT_TRUE(gray.bits == expected.bits) << "blue " << blue;
+  }
+}
+
+TEST(RotateQuarter, IsThePlainOneOnEveryTarget) {
+  for (const rastelo::Turn turn : {rastelo::Turn::kClockwise, rastelo::Turn::kCounterClockwise}) {
+    for (const int bytes : {1, 3}) {
+      const auto with = [=](auto rotate) {
+        return [=](rastelo::ConstImageView source, rastelo::ImageView target) {
+          rotate(source, bytes, turn, target);
+        };
+      };
+      ExpectSameTarget(
+          bytes, [=](const TestPicture& p) { return p.Blank(p.height, p.width, bytes); },
+          with(rastelo::RotateQuarter), with(plain::RotateQuarter));
+    }
+  }
+}
+
 TEST(RotateImage, TurnsEveryPixel) {
   CRastelo object = ObjectWith({{1, 2, 3}, {4, 5, 6}}), other = object;
   object.RotateImage_Dir(1);
@@ -54,9 +90,9 @@ TEST(RotateImage, TurnsEveryPixel) {
   object.RotateImage_Dir(0);
   EXPECT_EQ(ImageOf(object), ZeroTails({{1, 2, 3}, {4, 5, 6}})) << "and back";
 
-  for (int i = 0; i < 2 * 82; ++i) {
-    const int w = i < 2 ? 67 : i / 2 % 9 + 1, h = i < 2 ? 45 : (i - 2) / 18 + 1;
-    const LiteralImage image = Noise(w, h, i % 2 * 2 + 1), black(h, w, image.pixelBytes);
+  for (const int bytes : {1, 3}) {
+    const int w = 67, h = 45;
+    const LiteralImage image = Noise(w, h, bytes), black(h, w, bytes);
     for (int direction : {1, 0, 2, -1, INT_MIN}) {
       object = other = ObjectWith(image);
       object.RotateImage_Dir(direction);

@@ -89,3 +89,18 @@ void ExpectSameInPlace(int pixelBytes, const std::function<void(rastelo::ImageVi
     });
   });
 }
+
+void ExpectSameTarget(int pixelBytes,
+                      const std::function<TestPicture(const TestPicture&)>& makeTarget,
+                      const ToTarget& ours, const ToTarget& plain) {
+  ForAwkwardPictures(pixelBytes, [&](const TestPicture& picture) {
+    const TestPicture blank = makeTarget(picture);
+    TestPicture expected = blank;
+    plain(picture.Pixels(), expected.Pixels());
+    OnEveryTarget([&] {
+      TestPicture target = blank;
+      ours(picture.Pixels(), target.Pixels());
+      ASSERT_TRUE(target.bits == expected.bits) << picture.name;
+    });
+  });
+}

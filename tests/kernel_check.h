@@ -36,4 +36,10 @@ void ForAwkwardPictures(int pixelBytes, const std::function<void(const TestPictu
 void ExpectSameInPlace(int pixelBytes, const std::function<void(rastelo::ImageView)>& ours,
                        const std::function<void(rastelo::ImageView)>& plain);
 
+/// The same for work from a picture to another one, which `make` gives the size and depth of.
+using ToTarget = std::function<void(rastelo::ConstImageView, rastelo::ImageView)>;
+void ExpectSameTarget(int pixelBytes,
+                      const std::function<TestPicture(const TestPicture&)>& makeTarget,
+                      const ToTarget& ours, const ToTarget& plain);
+
 #endif  // RASTELO_TESTS_KERNEL_CHECK_H
