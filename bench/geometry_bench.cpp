@@ -2,6 +2,7 @@
 #include "bench/plain/geometry.h"
 #include "geometry/gray.h"
 #include "geometry/rotate.h"
+#include "geometry/zoom.h"
 
 namespace {
 
@@ -32,5 +33,35 @@ const int kTurns =
     Register("quarter turn 8 bits", "plain", Turn(8, plain::RotateQuarter), kOneContent) +
     Register("quarter turn 24 bits", "ours", Turn(24, rastelo::RotateQuarter), kOneContent) +
     Register("quarter turn 24 bits", "plain", Turn(24, plain::RotateQuarter), kOneContent);
+
+// Both sides times a factor.
+struct Factor {
+  const char* name;
+  double factor;
+};
+constexpr Factor kFactors[] = {{"x2", 2.0}, {"x1.37", 1.37}, {"x0.5", 0.5}, {"x0.73", 0.73}};
+
+int RegisterZooms() {
+  for (const Factor& f : kFactors) {
+    for (const int bits : {8, 24}) {
+      const std::string name = std::string("zoom ") + f.name + " " + std::to_string(bits) + " bits";
+      const auto side = [f](std::int32_t s) { return rastelo::ZoomSide(s, f.factor).value(); };
+      Register(name, "ours",
+               judge::ToTarget(bits, bits, side,
+                               [=](ConstImageView source, ImageView target) {
+                                 rastelo::ZoomBilinear(source, bits / 8, target, bits / 8);
+                               }),
+               kOneContent);
+      Register(name, "plain",
+               judge::ToTarget(bits, bits, side,
+                               [=](ConstImageView source, ImageView target) {
+                                 plain::ZoomBilinear(source, target, bits / 8);
+                               }),
+               kOneContent);
+    }
+  }
+  return 0;
+}
+const int kZooms = RegisterZooms();
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "bench/plain/geometry.h"
+#include "geometry/zoom.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
@@ -34,6 +36,31 @@ TEST(Zoom, GivesTheSamplesWorkedOutByHand) {
     EXPECT_EQ(object.Zoom_Size(width, height), 1);
     const LiteralImage image = ImageOf(object);
     EXPECT_TRUE(std::equal(first.begin(), first.end(), image.bytes.begin())) << image;
+  }
+}
+
+TEST(ZoomBilinear, IsThePlainOneOnEveryTarget) {
+  for (const double factor : {2.0, 1.37, 0.5, 0.73, 0.31}) {
+    for (const int bytes : {1, 3}) {
+      const auto scaled = [=](const TestPicture& picture) {
+        return picture.Blank(static_cast<std::int32_t>(picture.width * factor),
+                             static_cast<std::int32_t>(picture.height * factor), bytes);
+      };
+      ExpectSameTarget(
+          bytes, scaled,
+          [=](auto source, auto target) { rastelo::ZoomBilinear(source, bytes, target, bytes); },
+          [=](auto source, auto target) { plain::ZoomBilinear(source, target, bytes); });
+    }
+  }
+}
+
+TEST(ZoomBilinear, IsThePlainOneBeyondOneStripOfColumns) {
+  const TestPicture source = MakePicture(3001, 5, 3, Content::kNoise);
+  for (const std::int32_t width : {1500, 3001, 4115, 6002}) {
+    TestPicture target = source.Blank(width, 9, 3), expected = target;
+    rastelo::ZoomBilinear(source.Pixels(), 3, target.Pixels(), 3);
+    plain::ZoomBilinear(source.Pixels(), expected.Pixels(), 3);
+    EXPECT_TRUE(target.bits == expected.bits) << width;
   }
 }
 
