@@ -37,6 +37,7 @@ struct Run {
   rastelo::MemoryDeviceContext& device;
   const ScratchFile& bmp;
   const ScratchFile& jpeg;
+  int& searches;  // for thresholds over all sums, each of which costs more than all else together
 };
 
 /// Sizes over a million pixels show nothing that smaller ones do not.
@@ -107,7 +108,10 @@ void Filter(const Run& run) {
 }
 
 void Segment(const Run& run) {
-  switch (run.input.Between(0, 6)) {
+  const int operation = run.input.Between(0, 6);
+  const bool searches = operation >= 2 && operation <= 5;
+  if (searches && run.searches-- <= 0) return;
+  switch (operation) {
     case 0:
       return run.image.HistogramEqualization();
     case 1:
@@ -201,9 +205,11 @@ void fuzz::RunOperations(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   Objects objects;
   rastelo::MemoryDeviceContext device(20, 20);
+  int searches = input.Between(0, 7) == 0 ? 2 : 0;
   for (int steps = 0; steps < 60 && !input.AtEnd(); ++steps) {
-    const Run run{input,  objects, objects[static_cast<std::size_t>(input.Between(0, 2))],
-                  device, bmp,     jpeg};
+    const Run run{input,   objects, objects[static_cast<std::size_t>(input.Between(0, 2))],
+                  device,  bmp,     jpeg,
+                  searches};
     const auto loaded = rastelo::ObjectProbe::Of(run.image).loaded;
     constexpr void (*kChanges[])(const Run&) = {Draw, Zoom, Filter, Segment, Frequencies, Blocks};
     constexpr void (*kOpens[])(const Run&) = {TakePixels, TakePixels, Files, Share};
