@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/jpeg_encoder.h"
+#include "fuzz/jpeg_samples.h"
 #include "image/image_view.h"
 #include "rastelo.h"
 
@@ -26,24 +26,7 @@ void Write(const fs::path& path, const unsigned char* bytes, std::size_t count) 
       .write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(count));
 }
 
-/// A JPEG file in one of the codec's ways to write it.
-struct Coding {
-  const char* name;
-  int channels;
-  void (*choose)(jpeg_compress_struct&);
-};
-constexpr Coding kCodings[] = {
-    {"gray", 1, [](jpeg_compress_struct&) {}},
-    {"colour", 3, [](jpeg_compress_struct&) {}},
-    {"full", 3, [](jpeg_compress_struct& c) { c.comp_info[0].h_samp_factor = 1; }},
-    {"rgb", 3, [](jpeg_compress_struct& c) { jpeg_set_colorspace(&c, JCS_RGB); }},
-    {"progressive", 3, [](jpeg_compress_struct& c) { jpeg_simple_progression(&c); }},
-    {"arithmetic", 3, [](jpeg_compress_struct& c) { c.arith_code = TRUE; }},
-    {"restarts", 3, [](jpeg_compress_struct& c) { c.restart_interval = 2; }},
-    {"four", 4, [](jpeg_compress_struct&) {}},
-};
-
-void WriteJpeg(const fs::path& path, const Coding& coding, int width, int height) {
+void WriteJpeg(const fs::path& path, const fuzz::JpegCoding& coding, int width, int height) {
   const auto file =
       fuzz::EncodeJpeg(width, height, coding.channels, coding.choose,
                        [](int, std::vector<std::uint8_t>& row) { row = Pattern(row.size()); });
@@ -71,7 +54,7 @@ int main(int argc, char** argv) {
     const std::string size = std::to_string(side);
     WriteBmp(folder / "OpenBmp" / ("gray" + size + ".bmp"), side, side + 2, 8);
     WriteBmp(folder / "OpenBmp" / ("colour" + size + ".bmp"), side, side + 2, 24);
-    for (const Coding& coding : kCodings)
+    for (const fuzz::JpegCoding& coding : fuzz::kJpegCodings)
       WriteJpeg(folder / "OpenJpeg" / (coding.name + size + ".jpg"), coding, side, side + 2);
   }
   for (const std::size_t length : {20u, 200u, 2000u}) {
