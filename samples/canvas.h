@@ -63,9 +63,8 @@ class Canvas {
 
   /// The sample at a place; beyond the border, the nearest one.
   Texel Look(Point place) const {
-    return const_cast<Canvas*>(this)->At(
-        std::min(FindSample(place.x, width_), width_ * samples_ - 1),
-        std::min(FindSample(place.y, height_), height_ * samples_ - 1));
+    return texels_[Index(std::min(FindSample(place.x, width_), width_ * samples_ - 1),
+                         std::min(FindSample(place.y, height_), height_ * samples_ - 1))];
   }
 
   /// The mean of the samples of the pixel in a column and a row counted from the top.

@@ -61,15 +61,21 @@ void OpenBmpAsIs(CRastelo& image, const std::string& path) {
 struct QuietBoxes {
   explicit QuietBoxes(MessageBoxHook hook) { SetMessageBoxHook(std::move(hook)); }
   ~QuietBoxes() { SetMessageBoxHook({}); }
+  QuietBoxes(const QuietBoxes&) = delete;
+  QuietBoxes& operator=(const QuietBoxes&) = delete;
 };
 
 /// Removes a file unless it has been renamed.
 struct TemporaryFile {
-  fs::path path;
+  explicit TemporaryFile(fs::path name) : path(std::move(name)) {}
   ~TemporaryFile() {
     std::error_code error;
     fs::remove(path, error);
   }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  fs::path path;
 };
 
 /// A name in the same folder that no file has.
@@ -118,7 +124,7 @@ void SavePicture(const std::string& path, const std::function<int(const char*)>&
   }
 
   const fs::path target = fs::exists(before) ? fs::canonical(path) : fs::path(path);
-  const TemporaryFile beside{NameBeside(target)};
+  const TemporaryFile beside(NameBeside(target));
   errno = 0;
   if (!std::ofstream(beside.path))
     FailToSave(path, Reason(errno, "its folder cannot be written to"));

@@ -41,7 +41,7 @@ std::int64_t File::Size() const {
 }
 
 std::ptrdiff_t File::Read(void* bytes, std::size_t count) {
-  ssize_t got;
+  ssize_t got = 0;
   do {
     got = ::read(Descriptor(handle_), bytes, count);
   } while (got < 0 && errno == EINTR);
