@@ -3,13 +3,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "fuzz/jpeg_samples.h"
 #include "image/image_view.h"
 #include "rastelo.h"
+#include "tests/object_probe.h"
 
 namespace {
 
@@ -21,16 +21,11 @@ std::vector<unsigned char> Pattern(std::size_t count) {
   return bytes;
 }
 
-void Write(const fs::path& path, const unsigned char* bytes, std::size_t count) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(count));
-}
-
 void WriteJpeg(const fs::path& path, const fuzz::JpegCoding& coding, int width, int height) {
   const auto file =
       fuzz::EncodeJpeg(width, height, coding.channels, coding.choose,
                        [](int, std::vector<std::uint8_t>& row) { row = Pattern(row.size()); });
-  Write(path, file.data(), file.size());
+  WriteFile(path, file);
 }
 
 void WriteBmp(const fs::path& path, int width, int height, int bitCount) {
@@ -60,6 +55,6 @@ int main(int argc, char** argv) {
   for (const std::size_t length : {20u, 200u, 2000u}) {
     const auto script = Pattern(length);
     for (const char* target : {"DrawOnDevice", "RunOperations"})
-      Write(folder / target / std::to_string(length), script.data(), length);
+      WriteFile(folder / target / std::to_string(length), script);
   }
 }

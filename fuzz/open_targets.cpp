@@ -33,7 +33,7 @@ void Open(const ScratchFile& file, bool keepsOnFailure) {
 
 void fuzz::OpenBmp(const std::uint8_t* data, std::size_t size) {
   static const ScratchFile file(".bmp");
-  file.Write(data, size);
+  WriteFile(file.Path(), {data, data + size});
   Open(file, true);
   rastelo::DecodeBmp(std::span(data, size));
   if (size >= 40) GetPaletteSize(data);
@@ -41,7 +41,7 @@ void fuzz::OpenBmp(const std::uint8_t* data, std::size_t size) {
 
 void fuzz::OpenJpeg(const std::uint8_t* data, std::size_t size) {
   static const ScratchFile file(".jpg");
-  file.Write(data, size);
+  WriteFile(file.Path(), {data, data + size});
   CRastelo image;
   LONG width = 0, height = 0;
   int bitCount = 0;

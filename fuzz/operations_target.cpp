@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdlib>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 #include "fuzz/input.h"
@@ -35,8 +36,7 @@ struct Run {
   Objects& objects;
   CRastelo& image;
   rastelo::MemoryDeviceContext& device;
-  const ScratchFile& bmp;
-  const ScratchFile& jpeg;
+  const char *bmp, *jpeg;  // paths
   int& searches;  // for thresholds over all sums, each of which costs more than all else together
 };
 
@@ -53,21 +53,17 @@ void TakePixels(const Run& run) {
   run.image.SetExternalImageBits(bits.data(), width, height, bitCount);
 }
 
+using Operation = void (*)(const Run&);
+
 void Draw(const Run& run) {
   RECT rc = AnyRect(run.input);
-  switch (run.input.Between(0, 3)) {
-    case 0:
-      run.image.DrawImage(&run.device, &rc, AnyInt(run.input), AnyInt(run.input), nullptr);
-      break;
-    case 1:
-      run.image.DrawImage(&run.device, &rc, true);
-      break;
-    case 2:
-      run.image.DrawImage(&run.device, &rc, false);
-      break;
-    default:
-      run.image.DrawImage(&run.device, nullptr, nullptr, nullptr);
-  }
+  const int kind = run.input.Between(0, 3);
+  if (kind == 0)
+    run.image.DrawImage(&run.device, &rc, AnyInt(run.input), AnyInt(run.input), nullptr);
+  else if (kind == 3)
+    run.image.DrawImage(&run.device, nullptr, nullptr, nullptr);
+  else
+    run.image.DrawImage(&run.device, &rc, kind == 1);
 }
 
 void Zoom(const Run& run) {
@@ -84,117 +80,86 @@ void Zoom(const Run& run) {
 }
 
 void Filter(const Run& run) {
-  std::vector<double> entries(49);
+  std::array<double, 49> entries;
   for (double& entry : entries) entry = AnyDouble(run.input);
-  switch (run.input.Between(0, 7)) {
-    case 0:
-      return run.image.Img_Sobel();
-    case 1:
-      return run.image.ImgTemplateOperator(entries.data(), run.input.Between(-1, 7));
-    case 2:
-      return run.image.ImgTrans2_0_1(AnyInt(run.input), AnyInt(run.input), AnyInt(run.input));
-    case 3:
-      return run.image.InverseGray();
-    case 4:
-      return static_cast<void>(run.image.ImgAverageLight(AnyInt(run.input), 0));
-    case 5:
-      return static_cast<void>(run.image.ImgAverageLight_V(AnyInt(run.input)));
-    case 6:
-      return static_cast<void>(
-          run.image.ImgGray_Exceed_Probability(AnyInt(run.input), AnyDouble(run.input)));
-    default:
-      return static_cast<void>(run.image.ImgAverageLight(2, 0));
-  }
+  using Filter = void (*)(const Run&, double*);
+  constexpr Filter kFilters[] = {
+      [](const Run& r, double*) { r.image.Img_Sobel(); },
+      [](const Run& r, double* e) { r.image.ImgTemplateOperator(e, r.input.Between(-1, 7)); },
+      [](const Run& r, double*) {
+        r.image.ImgTrans2_0_1(AnyInt(r.input), AnyInt(r.input), AnyInt(r.input));
+      },
+      [](const Run& r, double*) { r.image.InverseGray(); },
+      [](const Run& r, double*) { r.image.ImgAverageLight(AnyInt(r.input), 0); },
+      [](const Run& r, double*) { r.image.ImgAverageLight_V(AnyInt(r.input)); },
+      [](const Run& r, double*) {
+        r.image.ImgGray_Exceed_Probability(AnyInt(r.input), AnyDouble(r.input));
+      },
+      [](const Run& r, double*) { r.image.ImgAverageLight(2, 0); }};
+  run.input.Pick(kFilters)(run, entries.data());
 }
 
 void Segment(const Run& run) {
+  constexpr Operation kOperations[] = {[](const Run& r) { r.image.HistogramEqualization(); },
+                                       [](const Run& r) { r.image.HistogramEqualization1(); },
+                                       [](const Run& r) { r.image.HistogramEqualization2(); },
+                                       [](const Run& r) { r.image.HistogramEqualization3(); },
+                                       [](const Run& r) { r.image.Segment_Otsu(); },
+                                       [](const Run& r) { r.image.Segment_Graphcut(); },
+                                       [](const Run& r) { r.image.Segment_NDHM(AnyInt(r.input)); }};
   const int operation = run.input.Between(0, 6);
   const bool searches = operation >= 2 && operation <= 5;
-  if (searches && run.searches-- <= 0) return;
-  switch (operation) {
-    case 0:
-      return run.image.HistogramEqualization();
-    case 1:
-      return run.image.HistogramEqualization1();
-    case 2:
-      return run.image.HistogramEqualization2();
-    case 3:
-      return run.image.HistogramEqualization3();
-    case 4:
-      return run.image.Segment_Otsu();
-    case 5:
-      return run.image.Segment_Graphcut();
-    default:
-      return run.image.Segment_NDHM(AnyInt(run.input));
-  }
+  if (!searches || run.searches-- > 0) kOperations[operation](run);
 }
 
 void Frequencies(const Run& run) {
-  std::vector<unsigned char> cells(static_cast<std::size_t>(run.image.GetWidth()) *
-                                   static_cast<std::size_t>(run.image.GetHeight()));
-  switch (run.input.Between(0, 3)) {
-    case 0:
-      return static_cast<void>(run.image.FFT());
-    case 1:
-      return static_cast<void>(run.image.IFFT());
-    case 2:
-      return run.image.ILPF(AnyDouble(run.input));
-    default:
-      run.image.GetSpectrum(cells.data());
-  }
+  constexpr Operation kOperations[] = {
+      [](const Run& r) { r.image.FFT(); }, [](const Run& r) { r.image.IFFT(); },
+      [](const Run& r) { r.image.ILPF(AnyDouble(r.input)); },
+      [](const Run& r) {
+        std::vector<unsigned char> cells(static_cast<std::size_t>(r.image.GetWidth()) *
+                                         static_cast<std::size_t>(r.image.GetHeight()));
+        r.image.GetSpectrum(cells.data());
+      }};
+  run.input.Pick(kOperations)(run);
+}
+
+void CutBlock(const Run& run, int width, int height) {
+  const int bits = run.image.IsCanTrans2Gray() ? 24 : 8;
+  std::vector<unsigned char> block(
+      static_cast<std::size_t>(rastelo::Pitch(std::max(width, 0), bits) * std::max(height, 0)));
+  const int left = AnyInt(run.input), top = AnyInt(run.input);
+  run.image.GetImgBlock(left, top, width, height, bits, block.data());
 }
 
 void Blocks(const Run& run) {
-  const int bits = run.image.IsCanTrans2Gray() ? 24 : 8;
   const int width = run.input.Between(-2, 50), height = run.input.Between(-2, 50);
-  std::vector<unsigned char> block(
-      static_cast<std::size_t>(rastelo::Pitch(std::max(width, 0), bits) * std::max(height, 0)));
-  std::vector<LONG> sums(static_cast<std::size_t>(run.image.GetHeight()));
-  switch (run.input.Between(0, 3)) {
-    case 0:
-      run.image.GetImgBlock(AnyInt(run.input), AnyInt(run.input), width, height, bits,
-                            block.data());
-      break;
-    case 1:
-      run.image.ReserveImgBlock(AnyInt(run.input), AnyInt(run.input), AnyInt(run.input),
-                                AnyInt(run.input));
-      break;
-    case 2:
-      run.image.ImgProjectionHorizon(sums.data());
-      break;
-    default:
-      run.image.RotateImage_Dir(AnyInt(run.input));
+  const int kind = run.input.Between(0, 3);
+  if (kind == 0) return CutBlock(run, width, height);
+  if (kind == 3) return run.image.RotateImage_Dir(AnyInt(run.input));
+  if (kind == 1) {
+    const RECT rc = AnyRect(run.input);
+    run.image.ReserveImgBlock(rc.left, rc.top, rc.right, rc.bottom);
+  } else {
+    std::vector<LONG> sums(static_cast<std::size_t>(run.image.GetHeight()));
+    run.image.ImgProjectionHorizon(sums.data());
   }
 }
 
 void Files(const Run& run) {
-  const ScratchFile& file = run.input.Flip() ? run.bmp : run.jpeg;
-  switch (run.input.Between(0, 2)) {
-    case 0:
-      run.image.SaveAs(file.Path());
-      break;
-    case 1:
-      run.image.SaveAs_visible_JPG(run.jpeg.Path());
-      break;
-    default:
-      run.image.OpenImage(file.Path());
-  }
+  const char* path = run.input.Flip() ? run.bmp : run.jpeg;
+  const int kind = run.input.Between(0, 2);
+  if (kind == 0) run.image.SaveAs(path);
+  if (kind == 1) run.image.SaveAs_visible_JPG(run.jpeg);
+  if (kind == 2) run.image.OpenImage(path);
 }
 
 void Share(const Run& run) {
-  CRastelo& other = run.objects[static_cast<std::size_t>(run.input.Between(0, 2))];
-  switch (run.input.Between(0, 2)) {
-    case 0:
-      run.image = other;
-      break;
-    case 1: {
-      const CRastelo copy(other);
-      run.image = copy;
-      break;
-    }
-    default:
-      run.image.Close();
-  }
+  const CRastelo& other = run.objects[static_cast<std::size_t>(run.input.Between(0, 2))];
+  const int kind = run.input.Between(0, 2);
+  if (kind == 0) run.image = other;
+  if (kind == 1) run.image = CRastelo(other);
+  if (kind == 2) run.image.Close();
 }
 
 }  // namespace
@@ -205,19 +170,19 @@ void fuzz::RunOperations(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   Objects objects;
   rastelo::MemoryDeviceContext device(20, 20);
-  int searches = input.Between(0, 7) == 0 ? 2 : 0;
+  // One input in eight may search. All of its bytes say so, which no kept input passes on.
+  int searches = std::accumulate(data, data + size, 0) % 8 == 0 ? 2 : 0;
+  constexpr Operation kChanges[] = {Draw, Zoom, Filter, Segment, Frequencies, Blocks};
+  constexpr Operation kOpens[] = {TakePixels, TakePixels, Files, Share};
   for (int steps = 0; steps < 60 && !input.AtEnd(); ++steps) {
-    const Run run{input,   objects, objects[static_cast<std::size_t>(input.Between(0, 2))],
-                  device,  bmp,     jpeg,
-                  searches};
-    const auto loaded = rastelo::ObjectProbe::Of(run.image).loaded;
-    constexpr void (*kChanges[])(const Run&) = {Draw, Zoom, Filter, Segment, Frequencies, Blocks};
-    constexpr void (*kOpens[])(const Run&) = {TakePixels, TakePixels, Files, Share};
+    CRastelo& image = objects[static_cast<std::size_t>(input.Between(0, 2))];
+    const Run run{input, objects, image, device, bmp.Path(), jpeg.Path(), searches};
+    const auto loaded = rastelo::ObjectProbe::Of(image).loaded;
     const bool opens = input.Flip();
     (opens ? input.Pick(kOpens) : input.Pick(kChanges))(run);
-    if (!opens && rastelo::ObjectProbe::Of(run.image).loaded != loaded) std::abort();
+    if (!opens && rastelo::ObjectProbe::Of(image).loaded != loaded) std::abort();
     for (const CRastelo& object : objects)
       if (!rastelo::ObjectProbe::IsConsistent(object)) std::abort();
-    if (run.image.GetWidth() > 4000 || run.image.GetHeight() > 4000) run.image.Close();
+    if (image.GetWidth() > 4000 || image.GetHeight() > 4000) image.Close();
   }
 }

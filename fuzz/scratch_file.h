@@ -3,9 +3,7 @@
 
 #include <unistd.h>
 
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -22,11 +20,6 @@ class ScratchFile {
   ScratchFile& operator=(const ScratchFile&) = delete;
 
   const char* Path() const { return path_.c_str(); }
-  void Write(const std::uint8_t* bytes, std::size_t count) const {
-    std::FILE* file = std::fopen(Path(), "wb");
-    if (!file || std::fwrite(bytes, 1, count, file) != count) std::abort();
-    std::fclose(file);
-  }
 
  private:
   std::string path_;
