@@ -50,13 +50,10 @@ void NoteWarning(j_common_ptr codec, int level) {
   if (level < 0 && IsDamage(codec->err->msg_code)) ErrorsOf(codec).damaged = true;
 }
 
-void SayNothing(j_common_ptr) {}
-
 jpeg_error_mgr* Prepare(ErrorManager& errors) {
   jpeg_std_error(&errors.base);
   errors.base.error_exit = Escape;
   errors.base.emit_message = NoteWarning;
-  errors.base.output_message = SayNothing;
   return &errors.base;
 }
 
