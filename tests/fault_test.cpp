@@ -249,7 +249,8 @@ int OpenInBounds(CRastelo& object, const Bytes& file) {
   return opened;
 }
 
-TEST(JpegFaults, EveryChangedByteIsTakenOrRefused) {
+TEST(JpegFaults, EveryChangedByteIsTakenOrRefusedAndEveryLengthFails) {
+  const HookRecorder hooks;
   const Bytes whole = ReadFile(PictureFile("b.jpg", Noise(5, 3)));
   for (std::size_t i = 0; i < whole.size(); ++i) {
     for (const int flip : {0xFF, 0x01, 0x80}) {
@@ -259,7 +260,20 @@ TEST(JpegFaults, EveryChangedByteIsTakenOrRefused) {
       OpenInBounds(object, changed);
       ASSERT_TRUE(ObjectProbe::IsConsistent(object)) << i;
     }
+    CRastelo object = ObjectWith(Noise(4, 2));
+    auto expected = ObjectProbe::Of(object);
+    EXPECT_EQ(OpenInBounds(object, {whole.begin(), whole.begin() + std::ptrdiff_t(i)}), 0) << i;
+    const auto state = ObjectProbe::Of(object);
+    expected.fileName = state.fileName;
+    if (state.width == 5) {  // the header was whole
+      expected.width = 5;
+      expected.height = 3;
+      expected.pitch = 8;
+      expected.pixels.assign(8 * 3, 0);
+    }
+    EXPECT_EQ(state, expected) << i;
   }
+  EXPECT_THAT(hooks.boxes, testing::IsEmpty());
 }
 
 TEST(JpegFaults, ScansAndPromisesAreBounded) {

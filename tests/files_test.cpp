@@ -268,29 +268,6 @@ TEST(Jpeg, OpensOverHarmlessOddities) {
   EXPECT_EQ(object.GetWidth(), 65500);
 }
 
-TEST(Jpeg, FailsCleanlyAtEveryLength) {
-  const HookRecorder hooks;
-  const Bytes whole = MakeJpeg(17, 9, 3);
-  const std::string path = TestFolder() + "a.jpg";
-  for (std::size_t length = 0; length < whole.size(); ++length) {
-    WriteFile(path, Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(length)));
-    CRastelo object = ObjectWith(Noise(4, 2));
-    auto expected = ObjectProbe::Of(object);
-    expected.fileName = path;
-    LONG width, height;
-    if (object.GetSizeJPG(path.c_str(), &width, &height, nullptr)) {
-      expected.width = 17;
-      expected.height = 9;
-      expected.bitCount = 24;
-      expected.pitch = 52;
-      expected.pixels.assign(52 * 9, 0);
-    }
-    EXPECT_EQ(object.OpenImage(path.c_str()), 0) << length;
-    EXPECT_EQ(ObjectProbe::Of(object), expected) << length;
-  }
-  EXPECT_THAT(hooks.boxes, testing::IsEmpty());
-}
-
 TEST(Jpeg, RefusesWhatIsNoPictureOfOneOrThreeChannelsOfEightBits) {
   const std::string text = "just a few words";
   Bytes tooLarge = MakeJpeg(8, 8, 3), gray12 = MakeJpeg(8, 8, 1), colour12 = tooLarge;
