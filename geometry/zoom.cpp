@@ -23,6 +23,7 @@ using Floats = hn::ScalableTag<float>;
 // Bytes of a strip of columns: all that is kept of one fits into the near cache. Divisible by the
 // bytes of a pixel and by a group of 16; behind it is room for a vector.
 constexpr std::int32_t kStripBytes = 4032, kStripRoom = 4032 + 64, kGroup = 16;
+constexpr std::ptrdiff_t kReach = 32;  // of two table lookups
 
 /// The byte of each target byte's pixel that lies at the places `pixels` of a source row.
 template <int kSourceBytes, int kTargetBytes>
@@ -105,8 +106,8 @@ class Strip {
         lowest = std::min(lowest, place(i));
         highest = std::max(highest, place(i));
       }
-      if (highest - lowest >= 2 * kGroup) return;
-      if (lowest + kSourceBytes + 2 * kGroup > rowBytes) return;
+      if (highest - lowest >= kReach) return;
+      if (lowest + kSourceBytes + kReach > rowBytes) return;
       starts_[groups_] = lowest;
       for (std::int32_t i = first; i < end; ++i) {
         const auto offset = static_cast<std::uint8_t>(place(i) - lowest);
