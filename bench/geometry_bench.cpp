@@ -1,5 +1,6 @@
 #include "bench/judge.h"
 #include "bench/plain/geometry.h"
+#include "geometry/block.h"
 #include "geometry/gray.h"
 #include "geometry/rotate.h"
 #include "geometry/zoom.h"
@@ -63,5 +64,36 @@ int RegisterZooms() {
   return 0;
 }
 const int kZooms = RegisterZooms();
+
+judge::MakeWork CopyMiddle() {
+  return judge::ToTarget(
+      24, 24, [](std::int32_t side) { return side / 2; },
+      [](ConstImageView source, ImageView target) {
+        rastelo::CopyBlock(source, source.width / 4, source.height / 4, 3, target);
+      });
+}
+const int kBlocks =
+    Register("block copy", "ours", CopyMiddle(), kOneContent) +
+    Register("black-out", "ours",
+             judge::InPlace(24,
+                            [](ImageView image) {
+                              rastelo::BlackenOutside(image, 3, image.width / 4 - 1,
+                                                      image.height / 4 - 1, image.width / 2 + 1,
+                                                      image.height / 2 + 1);
+                            }),
+             kOneContent);
+
+const int kRowSums = Register(
+    "row projection", "ours",
+    [](const judge::Setting& setting) {
+      const ConstImageView gray = setting.Picture(8).Pixels();
+      return judge::Work{[=] {
+        std::int64_t all = 0;
+        for (std::int32_t y = 0; y < gray.height; ++y)
+          all += rastelo::SumBytes(gray.Row(y), gray.width);
+        judge::Keep(&all);
+      }};
+    },
+    kOneContent);
 
 }  // namespace

@@ -36,4 +36,28 @@ int RegisterZooms() {
 }
 const int kZooms = RegisterZooms();
 
+cv::Rect Middle(const cv::Mat& image) {
+  return {image.cols / 4, image.rows / 4, image.cols / 2, image.rows / 2};
+}
+void BlackenAround(cv::Mat& image, const cv::Rect& middle) {
+  image.rowRange(0, middle.y).setTo(0);
+  image.rowRange(middle.y + middle.height, image.rows).setTo(0);
+  image.rowRange(middle.y, middle.y + middle.height).colRange(0, middle.x).setTo(0);
+  image.rowRange(middle.y, middle.y + middle.height)
+      .colRange(middle.x + middle.width, image.cols)
+      .setTo(0);
+}
+const int kBlocks =
+    Register("block copy", "peer",
+             PeerWork(24, [](const cv::Mat& source,
+                             cv::Mat& target) { source(Middle(source)).copyTo(target); }),
+             {.contents = {Content::kPhoto}}) +
+    Register("black-out", "peer",
+             judge::PeerInPlace(24, [](cv::Mat& image) { BlackenAround(image, Middle(image)); }),
+             {.contents = {Content::kPhoto}}) +
+    Register("row projection", "peer",
+             PeerWork(8, [](const cv::Mat& gray,
+                            cv::Mat& sums) { cv::reduce(gray, sums, 1, cv::REDUCE_SUM, CV_32S); }),
+             {.contents = {Content::kPhoto}});
+
 }  // namespace

@@ -10,4 +10,20 @@ const int kKeyColour =
                       bgr.setTo(cv::Scalar(70, 51, 41), others);
                     }));
 
+const int kDraws =
+    judge::Register("draw one to one", "peer",
+                    judge::PeerWork(24,
+                                    [](const cv::Mat& bgr, cv::Mat& surface) {
+                                      cv::cvtColor(bgr, surface, cv::COLOR_BGR2BGRA);
+                                    }),
+                    {.contents = {judge::Content::kPhoto}}) +
+    judge::Register("draw stretched", "peer",
+                    judge::PeerWork(24,
+                                    [](const cv::Mat& bgr, cv::Mat& surface) {
+                                      static cv::Mat scaled;
+                                      cv::resize(bgr, scaled, {}, 0.75, 0.75, cv::INTER_NEAREST);
+                                      cv::cvtColor(scaled, surface, cv::COLOR_BGR2BGRA);
+                                    }),
+                    {.contents = {judge::Content::kPhoto}});
+
 }  // namespace
