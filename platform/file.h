@@ -22,6 +22,8 @@ class File {
   std::int64_t Size() const;
   /// Reads on, up to `count` bytes. @return the number read, 0 at the end, -1 on failure.
   std::ptrdiff_t Read(void* bytes, std::size_t count);
+  /// Writes on, up to `count` bytes. @return the number written, -1 on failure.
+  std::ptrdiff_t Write(const void* bytes, std::size_t count);
   /// @return whether all `count` bytes were read.
   bool ReadAll(void* bytes, std::size_t count);
   /// @return whether all `count` bytes were written.

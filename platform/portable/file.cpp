@@ -33,8 +33,6 @@ File File::Create(const char* path) {
   return File(descriptor);
 }
 
-File::~File() { Close(); }
-
 std::int64_t File::Size() const {
   struct stat status {};
   return ::fstat(Descriptor(handle_), &status) == 0 ? std::int64_t{status.st_size} : -1;
@@ -48,27 +46,12 @@ std::ptrdiff_t File::Read(void* bytes, std::size_t count) {
   return got;
 }
 
-bool File::ReadAll(void* bytes, std::size_t count) {
-  auto* next = static_cast<unsigned char*>(bytes);
-  while (count > 0) {
-    const std::ptrdiff_t got = Read(next, count);
-    if (got <= 0) return false;
-    next += got;
-    count -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
-
-bool File::WriteAll(const void* bytes, std::size_t count) {
-  const auto* next = static_cast<const unsigned char*>(bytes);
-  while (count > 0) {
-    const ssize_t put = ::write(Descriptor(handle_), next, count);
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return false;
-    next += put;
-    count -= static_cast<std::size_t>(put);
-  }
-  return true;
+std::ptrdiff_t File::Write(const void* bytes, std::size_t count) {
+  ssize_t put;
+  do {
+    put = ::write(Descriptor(handle_), bytes, count);
+  } while (put < 0 && errno == EINTR);
+  return put;
 }
 
 bool File::Close() {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "image/image_view.h"
-#include "rastelo_platform.h"
+#include "rastelo_device.h"
 
 namespace rastelo {
 namespace {

@@ -1,0 +1,21 @@
+#include "platform/device_context.h"
+
+namespace rastelo::platform {
+
+int SetDIBitsToDevice(HDC hdc, int x, int y, DWORD width, DWORD height, int sourceX, int sourceY,
+                      UINT firstLine, UINT lines, const void* bits, const BITMAPINFO* info,
+                      UINT usage) {
+  return ::SetDIBitsToDevice(hdc, x, y, width, height, sourceX, sourceY, firstLine, lines, bits,
+                             info, usage);
+}
+
+int StretchDIBits(HDC hdc, int x, int y, int width, int height, int sourceX, int sourceY,
+                  int sourceWidth, int sourceHeight, const void* bits, const BITMAPINFO* info,
+                  UINT usage, DWORD operation) {
+  return ::StretchDIBits(hdc, x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight,
+                         bits, info, usage, operation);
+}
+
+int SetStretchBltMode(HDC hdc, int mode) { return ::SetStretchBltMode(hdc, mode); }
+
+}  // namespace rastelo::platform
