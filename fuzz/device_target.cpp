@@ -4,6 +4,7 @@
 #include "fuzz/targets.h"
 #include "image/image_view.h"
 #include "rastelo.h"
+#include "rastelo_device.h"
 
 namespace {
 

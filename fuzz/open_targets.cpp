@@ -14,7 +14,7 @@ const unsigned char kPixels[] = {1, 2, 3, 4, 5, 6, 7, 8};
 
 /// Opens a file over an image that is there already, and checks what the object holds afterwards.
 void Open(const ScratchFile& file, bool keepsOnFailure) {
-  rastelo::SetMessageBoxHook([](const char*, const char*) {});
+  const HookRecorder hooks;
   CRastelo image;
   image.SetExternalImageBits(kPixels, 4, 2, 8);
   const bool opened = image.OpenImage(file.Path()) != 0;

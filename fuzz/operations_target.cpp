@@ -11,6 +11,7 @@
 #include "image/image_view.h"
 #include "rastelo.h"
 #include "tests/object_probe.h"
+#include "tests/test_device.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ struct Run {
   fuzz::Input& input;
   Objects& objects;
   CRastelo& image;
-  rastelo::MemoryDeviceContext& device;
+  TestDevice& device;
   const char *bmp, *jpeg;  // paths
   int& searches;  // for thresholds over all sums, each of which costs more than all else together
 };
@@ -59,11 +60,11 @@ void Draw(const Run& run) {
   RECT rc = AnyRect(run.input);
   const int kind = run.input.Between(0, 3);
   if (kind == 0)
-    run.image.DrawImage(&run.device, &rc, AnyInt(run.input), AnyInt(run.input), nullptr);
+    run.image.DrawImage(run.device.Handle(), &rc, AnyInt(run.input), AnyInt(run.input), nullptr);
   else if (kind == 3)
-    run.image.DrawImage(&run.device, nullptr, nullptr, nullptr);
+    run.image.DrawImage(run.device.Handle(), nullptr, nullptr, nullptr);
   else
-    run.image.DrawImage(&run.device, &rc, kind == 1);
+    run.image.DrawImage(run.device.Handle(), &rc, kind == 1);
 }
 
 void Zoom(const Run& run) {
@@ -166,10 +167,10 @@ void Share(const Run& run) {
 
 void fuzz::RunOperations(const std::uint8_t* data, std::size_t size) {
   const ScratchFile bmp(".op.bmp"), jpeg(".op.jpg");  // gone before the next input
-  rastelo::SetMessageBoxHook([](const char*, const char*) {});
+  const HookRecorder hooks;
   Input input(data, size);
   Objects objects;
-  rastelo::MemoryDeviceContext device(20, 20);
+  TestDevice device(20, 20);
   // One input in eight may search. All of its bytes say so, which no kept input passes on.
   int searches = std::accumulate(data, data + size, 0) % 8 == 0 ? 2 : 0;
   constexpr Operation kChanges[] = {Draw, Zoom, Filter, Segment, Frequencies, Blocks};

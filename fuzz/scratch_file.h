@@ -1,10 +1,9 @@
 #ifndef RASTELO_FUZZ_SCRATCH_FILE_H
 #define RASTELO_FUZZ_SCRATCH_FILE_H
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <filesystem>
+#include <random>
 #include <string>
 
 /// A file of this process, in memory where the system has a place for that, for libraries that
@@ -13,8 +12,8 @@ class ScratchFile {
  public:
   /// `ending` is the file's extension.
   explicit ScratchFile(const char* ending)
-      : path_((std::filesystem::exists("/dev/shm") ? "/dev/shm/" : "/tmp/") +
-              std::string("rastelo_fuzz_") + std::to_string(::getpid()) + ending) {}
+      : path_((Folder() / ("rastelo_fuzz_" + std::to_string(std::random_device()()) + ending))
+                  .string()) {}
   ~ScratchFile() { std::remove(path_.c_str()); }
   ScratchFile(const ScratchFile&) = delete;
   ScratchFile& operator=(const ScratchFile&) = delete;
@@ -22,6 +21,11 @@ class ScratchFile {
   const char* Path() const { return path_.c_str(); }
 
  private:
+  static std::filesystem::path Folder() {
+    const char* inMemory = "/dev/shm";
+    return std::filesystem::exists(inMemory) ? inMemory : std::filesystem::temp_directory_path();
+  }
+
   std::string path_;
 };
 

@@ -3,17 +3,21 @@
 
 #include <climits>
 
+#include "platform/device_context.h"
+#include "rastelo_device.h"
 #include "tests/allocations.h"
 #include "tests/object_probe.h"
+#include "tests/test_device.h"
 
 namespace {
 
 /// The device's picture, bottom row first: 24 bits a pixel, or its blue bytes alone.
-LiteralImage Shown(const rastelo::MemoryDeviceContext& device, int bytes) {
+LiteralImage Shown(auto& device, int bytes) {
   LiteralImage image(device.Width(), device.Height(), bytes);
-  for (int y = 0; y < image.height; ++y)
-    for (int x = 0; x < image.width; ++x)
-      std::copy_n(device.Pixel(x, image.height - 1 - y), bytes, image.Pixels().Row(y) + x * bytes);
+  const unsigned char* pixel = device.Surface();
+  for (int y = image.height - 1; y >= 0; --y)
+    for (int x = 0; x < image.width; ++x, pixel += 4)
+      std::copy_n(pixel, bytes, image.Pixels().Row(y) + x * bytes);
   return image;
 }
 
@@ -49,16 +53,16 @@ TEST(DrawImage, PansWithinTheImage) {
 
 TEST(DrawImage, RecordsOneToOneDrawsOnly) {
   CRastelo object = ObjectWith(Noise(20, 10, 3));
-  rastelo::MemoryDeviceContext device(20, 10);
+  TestDevice device(20, 10);
   RECT rc{3, 4, 13, 8}, whole{0, 0, 20, 10};
-  EXPECT_EQ(object.DrawImage(&device, &rc, 2, -1, nullptr), 1);
-  EXPECT_EQ(object.DrawImage(&device, &whole, true), 10);
+  EXPECT_EQ(object.DrawImage(device.Handle(), &rc, 2, -1, nullptr), 1);
+  EXPECT_EQ(object.DrawImage(device.Handle(), &whole, true), 10);
   EXPECT_EQ(Shown(device, 3), Noise(20, 10, 3));
   EXPECT_EQ(object.DrawImage(nullptr, &whole, true), 0);
-  EXPECT_EQ(object.DrawImage(&device, nullptr, true), 0);
-  EXPECT_EQ(object.DrawImage(&device, nullptr, 1, 1, nullptr), 1);
+  EXPECT_EQ(object.DrawImage(device.Handle(), nullptr, true), 0);
+  EXPECT_EQ(object.DrawImage(device.Handle(), nullptr, 1, 1, nullptr), 1);
   EXPECT_EQ(DrawState(object), (Numbers{7, 2, 17, 6, 2, 1}));
-  EXPECT_EQ(object.DrawImage(&device, &rc, false), 1);
+  EXPECT_EQ(object.DrawImage(device.Handle(), &rc, false), 1);
   EXPECT_EQ(DrawState(object), (Numbers{7, 4, 17, 8, 2, 1})) << "both offsets as they stand";
 }
 
@@ -66,29 +70,29 @@ TEST(DrawImage, SetsTheStretchModeBehindABmpFile) {
   const std::string path = TestFolder() + "gray.bmp";
   CRastelo object = ObjectWith(Noise(5, 4));
   ASSERT_EQ(object.SaveAs(path.c_str()), 1);
-  rastelo::MemoryDeviceContext device(5, 4);
-  EXPECT_EQ(object.DrawImage(&device, nullptr, nullptr, nullptr), 0);
+  TestDevice device(5, 4);
+  EXPECT_EQ(object.DrawImage(device.Handle(), nullptr, nullptr, nullptr), 0);
   ASSERT_EQ(object.OpenImage(path.c_str()), 1);
   const long before = allocations::Count();
   RECT rc{-1, 0, 9, 4};
   for (int i = 0; i < 1000000; ++i) {
-    EXPECT_EQ(object.DrawImage(&device, nullptr, nullptr, nullptr), 1);
-    EXPECT_EQ(device.SetStretchBltMode(i % 4 + 1), COLORONCOLOR);
-    object.DrawImage(&device, &rc, true);
-    object.DrawImage(&device, &rc, 1, -1, nullptr);
+    EXPECT_EQ(object.DrawImage(device.Handle(), nullptr, nullptr, nullptr), 1);
+    EXPECT_EQ(rastelo::platform::SetStretchBltMode(device.Handle(), i % 4 + 1), COLORONCOLOR);
+    object.DrawImage(device.Handle(), &rc, true);
+    object.DrawImage(device.Handle(), &rc, 1, -1, nullptr);
   }
   EXPECT_EQ(allocations::Count(), before) << "a draw allocates nothing";
 
   object.Close();
   LiteralImage shown = Shown(device, 3);
-  EXPECT_EQ(object.DrawImage(&device, nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(object.DrawImage(&device, &rc, true), 0);
-  EXPECT_EQ(object.DrawImage(&device, &rc, 0, 0, Noise(5, 4).bytes.data()), 1);
+  EXPECT_EQ(object.DrawImage(device.Handle(), nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(object.DrawImage(device.Handle(), &rc, true), 0);
+  EXPECT_EQ(object.DrawImage(device.Handle(), &rc, 0, 0, Noise(5, 4).bytes.data()), 1);
   EXPECT_EQ(Shown(device, 3), shown) << "nothing is drawn without an image";
 }
 
 TEST(DrawImage, ShowsEachPixelAtItsPlace) {
-  rastelo::MemoryDeviceContext device(11, 9);
+  TestDevice device(11, 9);
   LiteralImage expected(11, 9, 3);
   for (int i = 0; i < 4 * 9 * 12; ++i) {
     const int bytes = i % 2 * 2 + 1, width = i / 4 % 9 + 1, height = i / 36;
@@ -98,11 +102,12 @@ TEST(DrawImage, ShowsEachPixelAtItsPlace) {
     for (int k = 0; k < 11 * 11; ++k) {
       const int left = k % 11 * 2 - 8, top = k / 11 * 2 - 8, w = i % 13 - 1, h = i % 11 - 1;
       RECT rc{left, top, left + w, top + h};
-      object.DrawImage(&device, &rc, 1, -1, bits);
+      object.DrawImage(device.Handle(), &rc, 1, -1, bits);
       const RECT area = rastelo::ObjectProbe::DrawRect(object);
       for (int p = 0; p < width * height; ++p) {
         const int x = p % width - area.left, y = area.bottom - 1 - p / width;
-        if (x < 0 || x >= w || y < 0 || y >= h || !device.Pixel(left + x, top + y)) continue;
+        const auto isOn = [](int i, int side) { return i >= 0 && i < side; };
+        if (!isOn(x, w) || !isOn(y, h) || !isOn(left + x, 11) || !isOn(top + y, 9)) continue;
         const std::uint8_t* from = image.Pixels().Row(p / width) + p % width * bytes;
         std::uint8_t* to = expected.Pixels().Row(8 - top - y) + (left + x) * 3;
         for (int c = 0; c < 3; ++c) to[c] = from[c % bytes];

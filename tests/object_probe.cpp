@@ -71,15 +71,3 @@ void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes) 
       .write(reinterpret_cast<const char*>(bytes.data()),
              static_cast<std::streamsize>(bytes.size()));
 }
-
-HookRecorder::HookRecorder() {
-  rastelo::SetMessageBoxHook([this](const char* text, const char* caption) {
-    boxes.insert(boxes.end(), {text, caption});
-  });
-  rastelo::SetDebugOutputHook([this](const char* text) { trace += text; });
-}
-
-HookRecorder::~HookRecorder() {
-  rastelo::SetMessageBoxHook({});
-  rastelo::SetDebugOutputHook({});
-}

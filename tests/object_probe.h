@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "rastelo.h"
+#include "tests/hook_recorder.h"
 #include "tests/literal_image.h"
 
 namespace rastelo {
@@ -47,13 +48,5 @@ std::vector<std::uint8_t> ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
 /// A folder of the test's own, empty at its start. Ends in "/".
 std::string TestFolder();
-
-/// Collects what the library sends to the message box and to the debug output while it lives.
-struct HookRecorder {
-  HookRecorder();
-  ~HookRecorder();
-  std::vector<std::string> boxes;  // text, then caption
-  std::string trace;
-};
 
 #endif  // RASTELO_TESTS_OBJECT_PROBE_H

@@ -47,7 +47,7 @@ std::ptrdiff_t File::Read(void* bytes, std::size_t count) {
 }
 
 std::ptrdiff_t File::Write(const void* bytes, std::size_t count) {
-  ssize_t put;
+  ssize_t put = 0;
   do {
     put = ::write(Descriptor(handle_), bytes, count);
   } while (put < 0 && errno == EINTR);

@@ -1,0 +1,21 @@
+#ifndef RASTELO_TESTS_FILE_FAULTS_H
+#define RASTELO_TESTS_FILE_FAULTS_H
+
+#include <cstddef>
+
+/// Which of the library's calls on files to come fails: 0 the next one, -1 none. The test program
+/// leads them through functions of its own.
+struct FileFaults {
+  int read = -1, endOfFile = -1, write = -1, close = -1;
+  int kind = -1;  // asked of a file that is being opened
+  int size = -1;  // asked of one that is open
+  bool shortReads = false, isOpen = false;
+
+  static bool Strikes(int& countdown) { return countdown >= 0 && countdown-- == 0; }
+};
+extern FileFaults fileFaults;
+
+/// What they have read.
+extern std::size_t fileBytesRead;
+
+#endif  // RASTELO_TESTS_FILE_FAULTS_H
