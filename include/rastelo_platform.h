@@ -63,7 +63,7 @@ inline constexpr UINT DIB_RGB_COLORS = 0;
 inline constexpr DWORD SRCCOPY = 0x00CC0020;
 
 /// What stretching makes of several source pixels that fall on one target pixel: their bitwise
-/// and, their bitwise or, the one in the middle, or their average.
+/// and, their bitwise or, the topmost of the rightmost, or their average.
 inline constexpr int BLACKONWHITE = 1;
 inline constexpr int WHITEONBLACK = 2;
 inline constexpr int COLORONCOLOR = 3;

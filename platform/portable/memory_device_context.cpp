@@ -49,45 +49,43 @@ struct Span {
 
 Span Intersect(Span a, Span b) { return {std::max(a.first, b.first), std::min(a.end, b.end)}; }
 
-/// One axis of a stretch: from target pixels to the source pixels that they stand for.
+std::int64_t DivideUp(std::int64_t a, std::int64_t b) { return a / b + (a % b > 0 ? 1 : 0); }
+
+/// One axis of a stretch: from target pixels to the source pixels that they stand for, both counted
+/// from the left or from the top. Pixels belong together where the middle of one lies in the
+/// other; a middle on the border between two belongs to the first.
 class StretchAxis {
  public:
-  StretchAxis(int target, int targetSide, int source, int sourceSide)
+  StretchAxis(int target, int targetSide, int sourceSide)
       : targetSide_(std::abs(std::int64_t{targetSide})),
         sourceSide_(std::abs(std::int64_t{sourceSide})),
         targetFirst_(FirstPixel(target, targetSide)),
-        sourceFirst_(FirstPixel(source, sourceSide)),
         mirrored_((targetSide < 0) != (sourceSide < 0)) {}
 
-  bool IsEmpty() const { return targetSide_ == 0 || sourceSide_ == 0; }
-  Span Target() const { return {targetFirst_, targetFirst_ + targetSide_}; }
-
-  /// The source pixel under the middle of target pixel `target`.
-  Span Middle(std::int64_t target) const {
-    const std::int64_t i = Index(target);
-    const std::int64_t middle = sourceFirst_ + (2 * i + 1) * sourceSide_ / (2 * targetSide_);
-    return {middle, middle + 1};
-  }
-
-  /// All source pixels that fall on target pixel `target`; the one in the middle when enlarging.
-  Span All(std::int64_t target) const {
-    if (sourceSide_ <= targetSide_) return Middle(target);
-    const std::int64_t i = Index(target);
-    return {sourceFirst_ + i * sourceSide_ / targetSide_,
-            sourceFirst_ + (i + 1) * sourceSide_ / targetSide_};
-  }
-
- private:
-  /// A negative side counts toward lower numbers, and the pixel it starts from is part of it.
+  /// The lowest pixel of a side, which counts toward lower numbers if it is negative; the pixel
+  /// that it starts from is always part of it.
   static std::int64_t FirstPixel(int start, int side) {
     return side < 0 ? std::int64_t{start} + side + 1 : start;
   }
-  std::int64_t Index(std::int64_t target) const {
+
+  Span Target() const { return {targetFirst_, targetFirst_ + targetSide_}; }
+
+  /// The part of the source area that falls on target pixel `target`.
+  Span Source(std::int64_t target) const {
     const std::int64_t i = target - targetFirst_;
-    return mirrored_ ? targetSide_ - 1 - i : i;
+    const std::int64_t index = mirrored_ ? targetSide_ - 1 - i : i;
+    if (sourceSide_ > targetSide_) return {FirstOf(index), FirstOf(index + 1)};
+    const std::int64_t middle = ((2 * index + 1) * sourceSide_ - 1) / (2 * targetSide_);
+    return {middle, middle + 1};
   }
 
-  std::int64_t targetSide_, sourceSide_, targetFirst_, sourceFirst_;
+ private:
+  /// The first source pixel with its middle in target pixel `index` or behind it, when shrinking.
+  std::int64_t FirstOf(std::int64_t index) const {
+    return DivideUp(2 * sourceSide_ * index + 1 - targetSide_, 2 * targetSide_);
+  }
+
+  std::int64_t targetSide_, sourceSide_, targetFirst_;
   bool mirrored_;
 };
 
@@ -166,25 +164,30 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
                                        DWORD operation) {
   Source source;
   if (operation != SRCCOPY || !OpenSource(bits, info, usage, source)) return 0;
-  // Columns run alike in source and target, rows against each other.
-  const StretchAxis across(x, width, sourceX, sourceWidth);
-  const StretchAxis down(y, height, sourceY, sourceHeight);
-  if (across.IsEmpty() || down.IsEmpty()) return 0;
+  const StretchAxis across(x, width, sourceWidth);
+  const StretchAxis down(y, height, sourceHeight);
+  if (sourceWidth == 0 || sourceHeight == 0) return 0;
 
-  const auto sourceSpan = [this](const StretchAxis& axis, std::int64_t target) {
-    return stretchMode_ == COLORONCOLOR ? axis.Middle(target) : axis.All(target);
-  };
   const Span columns = Intersect(across.Target(), {0, width_});
   const Span rows = Intersect(down.Target(), {0, height_});
-  const Span upsideDown = down.Target();
+  const std::int64_t firstColumn = StretchAxis::FirstPixel(sourceX, sourceWidth);
+  const std::int64_t rowsEnd =
+      StretchAxis::FirstPixel(sourceY, sourceHeight) + std::abs(std::int64_t{sourceHeight});
+  // Without combining, the last pixel in memory stands for all.
+  const auto chosen = [this](Span all) {
+    return stretchMode_ == COLORONCOLOR ? Span{all.end - 1, all.end} : all;
+  };
   if (columns.first >= columns.end) return source.pixels.height;
   for (std::int64_t row = rows.first; row < rows.end; ++row) {
-    const Span from = Intersect(sourceSpan(down, upsideDown.first + upsideDown.end - 1 - row),
-                                {0, source.pixels.height});
+    const Span lines = down.Source(row);  // from the top; rows of the bitmap count from the bottom
+    const Span from =
+        Intersect(chosen({rowsEnd - lines.end, rowsEnd - lines.first}), {0, source.pixels.height});
     if (from.first >= from.end) continue;
     unsigned char* to = surface_.data() + (row * width_ + columns.first) * 4;
     for (std::int64_t column = columns.first; column < columns.end; ++column, to += 4) {
-      const Span part = Intersect(sourceSpan(across, column), {0, source.pixels.width});
+      const Span all = across.Source(column);
+      const Span part = Intersect(chosen({firstColumn + all.first, firstColumn + all.end}),
+                                  {0, source.pixels.width});
       if (part.first < part.end) Combine(source, part, from, stretchMode_, to);
     }
   }
