@@ -8,10 +8,14 @@
 #include "bench/plain/image.h"
 #include "fuzz/jpeg_samples.h"
 #include "image/key_colour.h"
+#include "platform/file.h"
+#include "platform/path.h"
+#include "tests/allocations.h"
 #include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
+namespace platform = rastelo::platform;
 using testing::ElementsAre;
 
 namespace {
@@ -312,6 +316,36 @@ TEST(Files, ShowAMessageForWhatCannotBeOpened) {
     EXPECT_EQ(ObjectProbe::Of(object), before) << name;
   }
   EXPECT_FALSE(std::filesystem::exists(folder + "none.bmp"));
+}
+
+TEST(Files, LargerThanAnyStoreAreRefusedUnread) {
+  const std::string path = TestFolder() + "a.bmp";
+  for (const std::uint64_t bytes : {0x7FFFFFFFull, 0x80200000ull, 0x100000000ull, 0x140000000ull}) {
+    WriteFile(path, Saved(Noise(5, 3), "b.bmp"));
+    std::filesystem::resize_file(path, bytes);  // a hole, where the file system has them
+    EXPECT_EQ(platform::File::OpenExisting(path.c_str()).Size(), std::int64_t(bytes));
+    if (bytes < 0x80000000) continue;
+    const std::size_t before = allocations::Bytes();
+    EXPECT_EQ(CRastelo().OpenImage(path.c_str()), 0) << bytes;
+    EXPECT_LT(allocations::Bytes() - before, 65536u);
+  }
+}
+
+TEST(Files, TellTheirExtensionAtAnyLength) {
+  const std::string folder(300, 'f'), name(300, 'n');
+  const std::pair<std::string, std::string> cases[] = {{"a.b.jpg", ".jpg"},
+                                                       {".bmp", ".bmp"},
+                                                       {"a.jpg/b", ""},
+                                                       {"a.jpg\\b", ""},
+                                                       {"c:a.jpg", ".jpg"},
+                                                       {"a.", "."},
+                                                       {"", ""},
+                                                       {folder + "/" + folder + "\\a.bmp", ".bmp"},
+                                                       {folder + "." + name + ".jpg", ".jpg"},
+                                                       {"a.b." + name, "." + name},
+                                                       {"a." + name + "/b", ""}};
+  for (const auto& [path, extension] : cases)
+    EXPECT_EQ(platform::PathExtension(path.c_str()), extension) << path;
 }
 
 TEST(Files, AreNotMadeWithoutAnImage) {
