@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "image/truncate.h"
+#include "numeric/rounded_functions.h"
 #include "platform/torvex.h"
 
 namespace plain {
@@ -16,7 +17,7 @@ void RunTransform(const Complex* in, Complex* out, int exponent) {
   std::vector<Complex> factors, x(in, in + count), y(x.size());
   for (int i = 0; i < count / 2; ++i) {
     const double angle = i * -6.283185307179586 / count;
-    factors.push_back({std::cos(angle), std::sin(angle)});
+    factors.push_back(RoundedUnit(angle));
   }
   for (int stage = 0; stage < exponent; ++stage) {
     const int size = count >> stage;
