@@ -30,3 +30,44 @@ build() {
   [ -f "build/$1/build.ninja" ] || cmake --preset "$1" >&2
   cmake --build --preset "$1" >&2
 }
+
+# fetch_source PACKAGE: unpacks a source package of this Debian into build/cross/source/PACKAGE,
+# once. apt's own lists and settings stay as they are: this takes a folder of its own.
+fetch_source() {
+  local cross=$PWD/build/cross apt
+  [ ! -e "$cross/source/$1" ] || return 0
+  require dpkg-dev=dpkg-source
+  mkdir -p "$cross"/apt/{lists/partial,archives/partial} "$cross/source"
+  echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \
+    "http://deb.debian.org/debian $(. /etc/os-release && echo "$VERSION_CODENAME") main" \
+    >"$cross/apt/sources.list"
+  apt=(apt-get -q -o "Dir::Etc::SourceList=$cross/apt/sources.list" -o Dir::Etc::SourceParts=-
+    -o "Dir::State::Lists=$cross/apt/lists" -o "Dir::Cache=$cross/apt" -o APT::Sandbox::User=root)
+  rm -rf "$cross/fetch"
+  mkdir "$cross/fetch"
+  (cd "$cross/fetch" && "${apt[@]}" update && "${apt[@]}" source "$1") >&2
+  mv "$cross"/fetch/*/ "$cross/source/$1"
+}
+
+# cross_dependency NAME SYSTEM [OPTION...]: has a source package built and installed for a system of
+# cmake/SYSTEM.cmake, in build/cross/SYSTEM, static. OPTIONs go to CMake.
+cross_dependency() {
+  local name=$1 system=$2 cross=$PWD/build/cross
+  shift 2
+  [ ! -e "$cross/$system/$name.done" ] || return 0
+  fetch_source "$name"
+  echo "Building $name for $system" >&2
+  cmake -Wno-dev -S "$cross/source/$name" -B "$cross/build/$system/$name" -G Ninja \
+    --toolchain "$PWD/cmake/$system.cmake" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF \
+    -DCMAKE_INSTALL_PREFIX="$cross/$system" "$@" >/dev/null
+  cmake --build "$cross/build/$system/$name" >/dev/null
+  cmake --install "$cross/build/$system/$name" >/dev/null
+  touch "$cross/$system/$name.done"
+}
+
+# cross_libraries SYSTEM: has what the library needs on a system.
+cross_libraries() {
+  cross_dependency libjpeg-turbo "$1" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DWITH_SIMD=OFF
+  cross_dependency highway "$1" -DBUILD_TESTING=OFF -DHWY_ENABLE_TESTS=OFF \
+    -DHWY_ENABLE_EXAMPLES=OFF -DHWY_ENABLE_CONTRIB=OFF
+}
