@@ -76,19 +76,4 @@ GrayMap MakeLiftedMap(LevelCounts counts) {
   return map;
 }
 
-void ApplyMap(ImageView gray, const GrayMap& map) {
-  for (std::int32_t y = 0; y < gray.height; ++y) {
-    std::uint8_t* row = gray.Row(y);
-    for (std::int32_t x = 0; x < gray.width; ++x) row[x] = map[row[x]];
-  }
-}
-
-void ApplyPlaneMaps(ImageView bgr, const std::array<GrayMap, 3>& maps) {
-  for (std::int32_t y = 0; y < bgr.height; ++y) {
-    std::uint8_t* pixel = bgr.Row(y);
-    for (std::int32_t x = 0; x < bgr.width; ++x, pixel += 3)
-      for (std::size_t plane = 0; plane < 3; ++plane) pixel[plane] = maps[plane][pixel[plane]];
-  }
-}
-
 }  // namespace rastelo

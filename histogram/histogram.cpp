@@ -1,33 +1,50 @@
 #include "histogram/histogram.h"
 
+#include <hwy/cache_control.h>
+
+#include <algorithm>
+
 namespace rastelo {
+namespace {
 
-Histogram CountLevels(ConstImageView gray) {
-  Histogram counts{};
-  for (std::int32_t y = 0; y < gray.height; ++y) {
-    const std::uint8_t* row = gray.Row(y);
-    for (std::int32_t x = 0; x < gray.width; ++x) ++counts[row[x]];
+/// How far ahead rows are fetched into the near cache.
+constexpr std::ptrdiff_t kAhead = 2048;
+
+/// Counts the levels of bytes that take turns between `kPlanes` planes. Neighbouring bytes count
+/// into tables of their own: an equal neighbour would wait for the last count to be stored.
+template <std::size_t kPlanes, std::size_t kTables>
+std::array<Histogram, kPlanes> CountBytes(ConstImageView image) {
+  static_assert(kTables % kPlanes == 0);
+  std::array<std::array<std::uint32_t, 256>, kTables> tables{};
+  for (std::int32_t y = 0; y < image.height; ++y) {
+    const std::uint8_t* byte = image.Row(y);
+    auto left = static_cast<std::ptrdiff_t>(kPlanes) * image.width;
+    for (; left >= static_cast<std::ptrdiff_t>(kTables); left -= kTables, byte += kTables) {
+      hwy::Prefetch(byte + std::min(left, kAhead));
+      for (std::size_t i = 0; i < kTables; ++i) ++tables[i][byte[i]];
+    }
+    for (std::size_t i = 0; left > 0; --left, ++i) ++tables[i][byte[i]];
   }
+  std::array<Histogram, kPlanes> counts{};
+  for (std::size_t i = 0; i < kTables; ++i)
+    for (std::size_t level = 0; level < 256; ++level)
+      counts[i % kPlanes][level] += static_cast<std::int32_t>(tables[i][level]);
   return counts;
 }
 
-std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr) {
-  std::array<Histogram, 3> counts{};
-  for (std::int32_t y = 0; y < bgr.height; ++y) {
-    const std::uint8_t* pixel = bgr.Row(y);
-    for (std::int32_t x = 0; x < bgr.width; ++x, pixel += 3)
-      for (std::size_t plane = 0; plane < 3; ++plane) ++counts[plane][pixel[plane]];
-  }
-  return counts;
-}
+}  // namespace
 
-int MeanLevel(ConstImageView gray) {
-  std::int64_t sum = 0;
-  for (std::int32_t y = 0; y < gray.height; ++y) {
-    const std::uint8_t* row = gray.Row(y);
-    for (std::int32_t x = 0; x < gray.width; ++x) sum += row[x];
+Histogram CountLevels(ConstImageView gray) { return CountBytes<1, 4>(gray)[0]; }
+
+std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr) { return CountBytes<3, 6>(bgr); }
+
+int MeanOfCounts(LevelCounts counts) {
+  std::int64_t pixels = 0, sum = 0;
+  for (std::size_t level = 0; level < counts.size(); ++level) {
+    pixels += counts[level];
+    sum += static_cast<std::int64_t>(level) * counts[level];
   }
-  return static_cast<int>(sum / (std::int64_t{gray.width} * gray.height));
+  return pixels == 0 ? 0 : static_cast<int>(sum / pixels);
 }
 
 }  // namespace rastelo

@@ -21,6 +21,9 @@ std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr);
 /// trunc(sum of all levels / number of pixels) of an 8-bit image. Needs a pixel.
 int MeanLevel(ConstImageView gray);
 
+/// The same from the counts of such an image; 0 if there is no pixel.
+int MeanOfCounts(LevelCounts counts);
+
 }  // namespace rastelo
 
 #endif  // RASTELO_HISTOGRAM_HISTOGRAM_H

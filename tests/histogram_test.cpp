@@ -1,13 +1,11 @@
 // Histograms, gray maps and the four equalisations.
 #include <gmock/gmock.h>
 
-#include <cfloat>
-#include <numeric>
-#include <random>
-
 #include "bench/plain/histogram.h"
 #include "histogram/class_pair.h"
 #include "histogram/gray_map.h"
+#include "tests/awkward_counts.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 using rastelo::GrayMap, rastelo::Histogram, rastelo::ObjectProbe;
@@ -65,14 +63,34 @@ TEST(GrayMap, FillsItsRangeAndNoMore) {
   }
 }
 
+TEST(Levels, AreCountedAndMappedAsPlainly) {
+  std::array<GrayMap, 3> maps;
+  for (std::size_t i = 0; i < 3 * 256; ++i)
+    maps[i / 256][i % 256] = static_cast<std::uint8_t>(i * i / 7 + i);
+  ExpectSameInPlace(
+      1, [&](auto gray) { rastelo::ApplyMap(gray, maps[0]); },
+      [&](auto gray) { plain::ApplyMap(gray, maps[0]); });
+  ExpectSameInPlace(
+      3, [&](auto bgr) { rastelo::ApplyPlaneMaps(bgr, maps); },
+      [&](auto bgr) { plain::ApplyPlaneMaps(bgr, maps); });
+  ForAwkwardPictures(1, [](const TestPicture& gray) {
+    ASSERT_EQ(rastelo::CountLevels(gray.Pixels()), plain::CountLevels(gray.Pixels()));
+    if (gray.width == 0) return;
+    const int mean = plain::MeanLevel(gray.Pixels());
+    OnEveryTarget([&] { ASSERT_EQ(rastelo::MeanLevel(gray.Pixels()), mean) << gray.name; });
+    ASSERT_EQ(rastelo::MeanOfCounts(plain::CountLevels(gray.Pixels())), mean);
+  });
+  ForAwkwardPictures(3, [](const TestPicture& bgr) {
+    ASSERT_EQ(rastelo::CountPlaneLevels(bgr.Pixels()), plain::CountPlaneLevels(bgr.Pixels()));
+  });
+}
+
 TEST(ClassPair, IsTheFirstWithTheSmallestVariance) {
-  for (unsigned n = 0; n < 25; ++n) {
-    std::mt19937 random(n);
-    Histogram counts{};
-    for (unsigned i = 0; i < (n % 3 ? 4 : 3 + n); ++i)
-      counts[random() % (n % 3 ? 127 : 256)] = int(random() % (n % 5 ? 5 : INT32_MAX)) + 1;
-    for (int i = 0; n % 3 && i < 127; ++i) counts[254 - i] = counts[i];  // pairs nearly tie
+  for (unsigned n = 0; n < 40; ++n) {
+    const Histogram counts = AwkwardCounts(n, 254);
     const auto found = rastelo::FindClassPair(counts), plain = plain::FindClassPair(counts);
+    ASSERT_EQ(found.has_value(), plain.has_value()) << n;
+    if (!found) continue;
     EXPECT_EQ(std::pair(found->low, found->high), std::pair(plain->low, plain->high)) << n;
   }
 }
