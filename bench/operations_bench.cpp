@@ -7,8 +7,6 @@
 #include "bench/plain/filter.h"
 #include "bench/plain/frequency.h"
 #include "bench/plain/geometry.h"
-#include "bench/plain/histogram.h"
-#include "bench/plain/segment.h"
 #include "filter/even_light.h"
 #include "filter/invert.h"
 #include "filter/push.h"
@@ -16,10 +14,7 @@
 #include "filter/template_operator.h"
 #include "frequency/fourier.h"
 #include "geometry/zoom.h"
-#include "histogram/gray_map.h"
 #include "image/pixel_store.h"
-#include "segment/ndhm.h"
-#include "segment/otsu.h"
 
 using namespace rastelo;
 
@@ -56,66 +51,6 @@ void RunInPlace(benchmark::State& state, Work work) {
     benchmark::ClobberMemory();
   }
 }
-
-void BM_Histogram(benchmark::State& state) {
-  const PixelStore picture = Picture(state.range(0));
-  for (auto _ : state) benchmark::DoNotOptimize(CountLevels(picture.Pixels()));
-}
-BENCHMARK(BM_Histogram)->Arg(kSide)->Unit(benchmark::kMillisecond);
-
-void BM_Map(benchmark::State& state) {
-  const GrayMap map = MakeLiftedMap(CountLevels(Picture(state.range(0)).Pixels()));
-  RunInPlace(state, [&](ImageView gray) { ApplyMap(gray, map); });
-}
-BENCHMARK(BM_Map)->Arg(kSide)->Unit(benchmark::kMillisecond);
-
-void BM_ClassPair(benchmark::State& state, std::optional<ThresholdPair> (*find)(LevelCounts)) {
-  const Histogram counts = CountLevels(Picture(kSide).Pixels());
-  for (auto _ : state) benchmark::DoNotOptimize(find(counts));
-}
-BENCHMARK_CAPTURE(BM_ClassPair, ours, FindClassPair)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_ClassPair, plain, plain::FindClassPair)->Unit(benchmark::kMillisecond);
-
-void BM_OtsuSearch(benchmark::State& state) {
-  const Histogram counts = CountLevels(Picture(kSide).Pixels());
-  for (auto _ : state) benchmark::DoNotOptimize(FindOtsuThreshold(counts, 0, 255, kSide * kSide));
-}
-BENCHMARK(BM_OtsuSearch)->Unit(benchmark::kMillisecond);
-
-void BM_Affinities(benchmark::State& state, void (*sum)(ConstImageView, AffinityTable&)) {
-  const PixelStore picture = Picture(state.range(0));
-  const auto table = std::make_unique<AffinityTable>();
-  for (auto _ : state) {
-    sum(picture.Pixels(), *table);
-    benchmark::ClobberMemory();
-  }
-}
-BENCHMARK_CAPTURE(BM_Affinities, ours, SumAffinities)->Arg(kSide)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Affinities, plain, plain::SumAffinities)
-    ->Arg(kSide)
-    ->Unit(benchmark::kMillisecond);
-
-void BM_GraphCutSearch(benchmark::State& state) {
-  const auto table = std::make_unique<AffinityTable>();
-  SumAffinities(Picture(512).Pixels(), *table);
-  for (auto _ : state) benchmark::DoNotOptimize(FindGraphCutThreshold(*table));
-}
-BENCHMARK(BM_GraphCutSearch)->Unit(benchmark::kMillisecond);
-
-void BM_Contrasts(benchmark::State& state, bool isPlain) {
-  const PixelStore picture = Picture(state.range(0));
-  const auto radius = static_cast<std::int32_t>(state.range(1));
-  std::vector<std::uint32_t> columns(static_cast<std::size_t>(picture.width));
-  for (auto _ : state)
-    benchmark::DoNotOptimize(isPlain ? plain::SumContrasts(picture.Pixels(), radius)
-                                     : SumContrasts(picture.Pixels(), radius, columns));
-}
-BENCHMARK_CAPTURE(BM_Contrasts, ours, false)
-    ->ArgsProduct({{kSide}, {1, 4, 64, 1024}})
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Contrasts, plain, true)
-    ->ArgsProduct({{kSide}, {1, 4}})
-    ->Unit(benchmark::kMillisecond);
 
 void BM_Zoom(benchmark::State& state, bool isPlain) {
   const PixelStore picture = Picture(kSide);

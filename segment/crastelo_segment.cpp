@@ -1,6 +1,5 @@
 // Threshold searches and the segmentations that apply them.
 #include <memory>
-#include <numeric>
 
 #include "filter/invert.h"
 #include "geometry/gray.h"
@@ -38,59 +37,58 @@ int CRastelo::GetImgAvgGray(int* average) {
 void CRastelo::SearchOptimalThreshold_Otsu(int low, int high, int* result) {
   rastelo::LevelTables t;
   HistogramStatic(t.first, t.second, t.third);
-  const std::int64_t total = std::accumulate(t.first + low, t.first + high + 1, std::int64_t{0});
-  const auto threshold =
-      rastelo::FindOtsuThreshold(rastelo::ToHistogram(t.first), low, high, total);
+  const auto threshold = rastelo::FindOtsuThreshold(rastelo::ToHistogram(t.first), low, high);
   if (threshold) *result = *threshold;
 }
 
 void CRastelo::SearchOptimalThreshold_Otsu(int* result) {
-  rastelo::LevelTables t;
-  HistogramStatic(t.first, t.second, t.third);
-  const std::int64_t total = std::int64_t{m_lWidth} * m_lHeight;
-  const auto threshold = rastelo::FindOtsuThreshold(rastelo::ToHistogram(t.first), 0, 255, total);
-  if (threshold) *result = *threshold;
+  SearchOptimalThreshold_Otsu(0, 255, result);
 }
 
 void CRastelo::Segment_Otsu() {
   const std::uint32_t start = rastelo::platform::TickCount();
-  int threshold = 0, previous = 0;
+  // What a pass does to the pixels is known from their counts, so they change only once.
+  rastelo::Histogram counts{};
+  if (m_nBitCount == 8) counts = rastelo::CountLevels(ConstPixels());
+  int threshold = 0, cleared = 0, previous = 0;
   for (int pass = 0; pass < kMaxPasses; ++pass) {
-    SearchOptimalThreshold_Otsu(threshold, 255, &threshold);
-    int average = 0;
-    GetImgAvgGray(&average);
+    threshold = rastelo::FindOtsuThreshold(counts, threshold, 255).value_or(threshold);
+    const int average = rastelo::MeanOfCounts(counts);
     if (pass == 0) previous = average;
     DebugTrace("otsu__average gray: %d\n", average);
     if (HasSettled(previous, average)) break;
-    if (m_nBitCount == 8) rastelo::ClearBelow(Pixels(), threshold);
+    rastelo::ClearBelow(counts, static_cast<std::uint8_t>(threshold));
+    cleared = threshold;
     previous = average;
   }
+  if (m_nBitCount == 8) rastelo::ClearBelow(Pixels(), static_cast<std::uint8_t>(cleared));
   TraceDuration(start);
 }
 
 void CRastelo::SearchOptimalThreshold_GraphCut(int* result) {
-  const auto affinity = std::make_unique<rastelo::AffinityTable>();
-  rastelo::SumAffinities(RowBytes(), *affinity);
-  *result = rastelo::FindGraphCutThreshold(*affinity);
+  const auto tables = std::make_unique<rastelo::GraphCutTables>();
+  *result = rastelo::FindGraphCutThreshold(RowBytes(), *tables);
 }
 
 void CRastelo::Segment_Graphcut() {
   const std::uint32_t start = rastelo::platform::TickCount();
-  const auto affinity = std::make_unique<rastelo::AffinityTable>();  // before any pixel changes
-  int previous = 0;
+  const auto tables = std::make_unique<rastelo::GraphCutTables>();  // before any pixel changes
+  rastelo::Histogram counts{};
+  if (m_nBitCount == 8) counts = rastelo::CountLevels(ConstPixels());
+  int threshold = 0, previous = 0;
+  bool hasChanged = true;  // else the search would find what it has found
   for (int pass = 0; pass < kMaxPasses; ++pass) {
-    int average = 0;
-    GetImgAvgGray(&average);
+    const int average = rastelo::MeanOfCounts(counts);
     DebugTrace("before graphCut__average gray: %d\n", average);
-    rastelo::SumAffinities(RowBytes(), *affinity);
-    const int threshold = rastelo::FindGraphCutThreshold(*affinity);
+    if (hasChanged) threshold = rastelo::FindGraphCutThreshold(RowBytes(), *tables);
     DebugTrace("threshold: %d\n", threshold);
     if (pass != 0 && HasSettled(previous, average)) break;
     if (average < 8) break;
     previous = average;
-    if (m_nBitCount == 8) rastelo::ClearBelow(Pixels(), threshold);
-    GetImgAvgGray(&average);
-    DebugTrace("after graphCut__average gray: %d\n", average);
+    const auto level = static_cast<std::uint8_t>(threshold);
+    hasChanged = rastelo::ClearBelow(counts, level);
+    if (hasChanged) rastelo::ClearBelow(Pixels(), level);
+    DebugTrace("after graphCut__average gray: %d\n", rastelo::MeanOfCounts(counts));
   }
   TraceDuration(start);
   rastelo::InvertBytes(RowBytes());
@@ -118,5 +116,5 @@ void CRastelo::Segment_NDHM(int radius) {
     rastelo::BgrToGray(ConstPixels(), gray.Pixels());
     Adopt(gray);
   }
-  rastelo::SplitAt(RowBytes(), threshold);
+  rastelo::SplitAt(RowBytes(), static_cast<std::uint8_t>(threshold));
 }

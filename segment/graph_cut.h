@@ -20,8 +20,22 @@ void SumAffinities(ConstImageView gray, AffinityTable& affinity);
 /// The threshold with the smallest normalised cut, cut / (cut + B) + cut / (cut + A), between the
 /// levels up to it and those from it on. A and B sum the affinities within either side, each pair
 /// of levels once; both must be above 0. Sums run with levels ascending, the first level outside.
+/// Needs affinities as SumAffinities makes them: 0 or above, and far from what a double can hold.
 /// @return the lowest such level, 0 if there is none.
 int FindGraphCutThreshold(const AffinityTable& affinity);
+
+/// How often a level lies next to each other one.
+using PairCounts = std::array<std::array<std::uint32_t, 256>, 256>;
+
+/// What a search in an image works with: a megabyte, of any content.
+struct GraphCutTables {
+  AffinityTable affinity;
+  PairCounts beside, diagonal;
+};
+
+/// The threshold that SumAffinities and the search above find. The affinities are estimated from
+/// counts of pairs, and summed in order only where that leaves the threshold open.
+int FindGraphCutThreshold(ConstImageView gray, GraphCutTables& tables);
 
 }  // namespace rastelo
 

@@ -1,5 +1,6 @@
 #include "segment/otsu.h"
 
+#include <algorithm>
 #include <cfloat>
 
 namespace rastelo {
@@ -9,9 +10,11 @@ struct Class {
   double weight = 0.0, mean = 0.0;
 };
 
-/// The shares of [first, end) and their mean level, each term divided by the weight before it is
-/// added. The mean stays 0 for a class too small to qualify.
-Class Measure(const std::array<double, 256>& share, std::size_t first, std::size_t end) {
+using Shares = std::array<double, 256>;
+
+/// The shares of [first, end) and their mean level. The mean stays 0 for a class too small to
+/// qualify.
+Class Measure(const Shares& share, std::size_t first, std::size_t end) {
   Class result;
   for (std::size_t i = first; i < end; ++i) result.weight += share[i];
   if (result.weight < 0.01) return result;
@@ -20,24 +23,75 @@ Class Measure(const std::array<double, 256>& share, std::size_t first, std::size
   return result;
 }
 
+/// The variance between the classes [first, threshold) and [threshold, end), 0 if one does not
+/// qualify.
+double VarianceBetween(const Shares& share, std::size_t first, std::size_t threshold,
+                       std::size_t end) {
+  const Class dark = Measure(share, first, threshold), bright = Measure(share, threshold, end);
+  if (dark.weight < 0.01 || bright.weight < 0.01) return 0.0;
+  const double mean = dark.mean * dark.weight + bright.mean * bright.weight;
+  return (bright.mean - mean) * bright.weight * (bright.mean - mean) +
+         (dark.mean - mean) * dark.weight * (dark.mean - mean);
+}
+
+/// How far an estimate may be from what VarianceBetween gives, as u = 2^-53 is the most that one
+/// rounding changes, relatively. A share is off by u and a weight by 256 u, so a term of a mean by
+/// 259 u and a mean, of at most 256 terms, by 514 u, which is 131,070 u in levels. The mean of both
+/// classes is off by (514 + 256 + 2) u, 196,860 u in levels; a distance from it by 328,185 u; its
+/// square by 2 * 255 * 328,185 u, and (256 + 2) u of 255^2 more with its weight. The weights sum to
+/// 1, so all this is below 1.9e8 u. The estimate comes from whole numbers below 2^53 by ten
+/// roundings of at most 255^2 u each. Together that is below 2^28 u.
+constexpr double kMargin = 0x1p-25;
+
+/// Estimates of the variance for each threshold, -1 where it cannot be the first of the largest.
+struct Estimates {
+  Estimates(LevelCounts counts, std::size_t first, std::size_t end, std::int64_t total) {
+    variance.fill(-1.0);
+    std::int64_t moment = 0;
+    for (std::size_t i = first; i < end; ++i) moment += static_cast<std::int64_t>(i) * counts[i];
+    std::int64_t dark = 0, darkMoment = 0;
+    for (std::size_t threshold = first + 1; threshold < end; ++threshold) {
+      const std::int64_t count = counts[threshold - 1];
+      // Level threshold - 1 may go to either class if it is empty: it adds zeros to every sum.
+      if (count == 0) continue;
+      dark += count;
+      darkMoment += static_cast<std::int64_t>(threshold - 1) * count;
+      const std::int64_t bright = total - dark, least = std::min(dark, bright);
+      // 100 * least is whole, and rounding moves a weight by less than 1 / (100 * total): only
+      // equality leaves open on which side of 0.01 it falls.
+      if (100 * least < total) continue;
+      const double distance =
+          static_cast<double>(moment - darkMoment) / static_cast<double>(bright) -
+          static_cast<double>(darkMoment) / static_cast<double>(dark);
+      variance[threshold] = static_cast<double>(dark) / static_cast<double>(total) *
+                            (static_cast<double>(bright) / static_cast<double>(total)) * distance *
+                            distance;
+      if (100 * least > total) largest = std::max(largest, variance[threshold]);
+    }
+  }
+  std::array<double, 256> variance;
+  double largest = 0.0;  // of those that qualify for sure
+};
+
 }  // namespace
 
-std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high, std::int64_t total) {
+std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high) {
   const auto first = static_cast<std::size_t>(low), end = static_cast<std::size_t>(high) + 1;
-  std::array<double, 256> share{};
+  std::int64_t total = 0;
+  for (std::size_t i = first; i < end; ++i) total += counts[i];
+  if (total == 0) return {};
+  Shares share;
   for (std::size_t i = first; i < end; ++i) share[i] = counts[i] / static_cast<double>(total);
 
+  const Estimates estimates(counts, first, end, total);
   std::optional<int> best;
   double largest = DBL_MIN;
-  for (std::size_t threshold = first; threshold < end; ++threshold) {
-    const Class dark = Measure(share, first, threshold);
-    const Class bright = Measure(share, threshold, end);
-    if (dark.weight < 0.01 || bright.weight < 0.01) continue;
-    const double mean = dark.mean * dark.weight + bright.mean * bright.weight;
-    const double score = (bright.mean - mean) * bright.weight * (bright.mean - mean) +
-                         (dark.mean - mean) * dark.weight * (dark.mean - mean);
-    if (!(score > largest)) continue;  // nor where there are no pixels, and it is not a number
-    largest = score;
+  for (std::size_t threshold = first + 1; threshold < end; ++threshold) {
+    const double estimate = estimates.variance[threshold];
+    if (estimate < 0.0 || estimate < estimates.largest - 2 * kMargin) continue;
+    const double variance = VarianceBetween(share, first, threshold, end);
+    if (!(variance > largest)) continue;
+    largest = variance;
     best = static_cast<int>(threshold);
   }
   return best;

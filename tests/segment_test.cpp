@@ -6,6 +6,10 @@
 #include "bench/plain/segment.h"
 #include "segment/graph_cut.h"
 #include "segment/ndhm.h"
+#include "segment/otsu.h"
+#include "segment/two_level.h"
+#include "tests/awkward_counts.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 using rastelo::AffinityTable, rastelo::ObjectProbe;
@@ -66,6 +70,53 @@ TEST(GraphCut, SumsAffinitiesPairByPair) {
     rastelo::SumAffinities(image.Pixels(), table);
     plain::SumAffinities(image.Pixels(), expected);
     ASSERT_TRUE(table == expected) << image;
+  }
+}
+
+TEST(Otsu, IsTheFirstWithTheLargestVariance) {
+  for (unsigned n = 0; n < 1000; ++n) {
+    const rastelo::Histogram counts = AwkwardCounts(n, 255);
+    const int low = static_cast<int>(n % 4 * (n / 16 % 86)), high = n % 8 < 6 ? 255 : 254;
+    ASSERT_EQ(rastelo::FindOtsuThreshold(counts, low, high),
+              plain::FindOtsuThreshold(counts, low, high))
+        << n;
+  }
+}
+
+TEST(GraphCut, IsTheFirstWithTheSmallestNormalisedCut) {
+  static AffinityTable table;
+  static rastelo::GraphCutTables tables;
+  for (int i = 0; i < 40; ++i) {
+    // Mirrored with opposite levels, the right half makes cuts nearly tie.
+    LiteralImage image = Noise(2 * (i % 7 + 3), i % 9 + 1);
+    for (std::int32_t j = 0; j < image.width * image.height; ++j) {
+      const std::int32_t x = j % image.width;
+      std::uint8_t* row = image.Pixels().Row(j / image.width);
+      if (i % 4 == 0) row[x] = static_cast<std::uint8_t>(row[x] % (i / 4 + 2) * 9 + i);
+      if (i % 2 == 0 && 2 * x >= image.width)
+        row[x] = static_cast<std::uint8_t>(254 - row[image.width - 1 - x]);
+    }
+    plain::SumAffinities(image.Pixels(), table);
+    const int threshold = plain::FindGraphCutThreshold(table);
+    EXPECT_EQ(rastelo::FindGraphCutThreshold(table), threshold) << image;
+    EXPECT_EQ(rastelo::FindGraphCutThreshold(image.Pixels(), tables), threshold) << image;
+  }
+}
+
+TEST(TwoLevel, IsPlainOnEveryTarget) {
+  for (const int threshold : {0, 1, 100, 255}) {
+    const auto level = static_cast<std::uint8_t>(threshold);
+    const auto change = [](auto gray, auto rule) {
+      for (std::int32_t y = 0; y < gray.height; ++y)
+        for (std::int32_t x = 0; x < gray.width; ++x)
+          gray.Row(y)[x] = static_cast<std::uint8_t>(rule(gray.Row(y)[x]));
+    };
+    ExpectSameInPlace(
+        1, [=](auto gray) { rastelo::ClearBelow(gray, level); },
+        [=](auto gray) { change(gray, [=](int v) { return v < level ? 0 : v; }); });
+    ExpectSameInPlace(
+        1, [=](auto gray) { rastelo::SplitAt(gray, level); },
+        [=](auto gray) { change(gray, [=](int v) { return v < level ? 0 : 255; }); });
   }
 }
 

@@ -102,13 +102,12 @@ std::optional<int> FindThreshold(CRastelo& image, bool graphCut) {
     const LevelTables tables = CountLevels(image);
     Histogram counts;
     std::copy_n(tables.planes[0], counts.size(), counts.begin());
-    return FindOtsuThreshold(counts, 0, 255, std::int64_t{image.GetWidth()} * image.GetHeight());
+    return FindOtsuThreshold(counts, 0, 255);
   }
   const PixelStore copy = PixelStore::Zeroed(image.GetWidth(), image.GetHeight(), 8);
   image.GetImgBlock(0, 0, copy.width, copy.height, 8, copy.bits.get());
-  const auto affinity = std::make_unique<AffinityTable>();
-  SumAffinities(copy.Pixels(), *affinity);
-  const int level = FindGraphCutThreshold(*affinity);
+  const auto tables = std::make_unique<GraphCutTables>();
+  const int level = FindGraphCutThreshold(copy.Pixels(), *tables);
   return level == 0 ? std::nullopt : std::optional(level);
 }
 

@@ -1,13 +1,21 @@
 #ifndef RASTELO_BENCH_PLAIN_SEGMENT_H
 #define RASTELO_BENCH_PLAIN_SEGMENT_H
 
+#include <optional>
+
+#include "histogram/histogram.h"
 #include "image/image_view.h"
 #include "segment/graph_cut.h"
 
 namespace plain {
 
 void SumAffinities(rastelo::ConstImageView gray, rastelo::AffinityTable& affinity);
+int FindGraphCutThreshold(const rastelo::AffinityTable& affinity);
+std::optional<int> FindOtsuThreshold(rastelo::LevelCounts counts, int low, int high);
 std::array<std::int32_t, 256> SumContrasts(rastelo::ConstImageView gray, std::int32_t radius);
+/// The whole operations.
+void SegmentOtsu(rastelo::ImageView gray);
+void SegmentContrasts(rastelo::ImageView gray, std::int32_t radius);
 
 }  // namespace plain
 
