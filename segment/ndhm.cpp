@@ -2,39 +2,102 @@
 
 #include <algorithm>
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "segment/ndhm.cpp"
+#include <hwy/foreach_target.h>
+// Behind foreach_target.h.
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace rastelo::HWY_NAMESPACE {
+
+// Sums are kept modulo 2^32, in which order and grouping do not matter: the sum of a row's first
+// neighbourhood, `side` bytes wide, and the steps from each to the next are carried from row to
+// row. The compiler vectorises these loops.
+
+/// Adds a row to the first neighbourhoods. @return what the first sum grows by.
+std::uint32_t AddRow(const std::uint8_t* HWY_RESTRICT row, std::ptrdiff_t side,
+                     std::span<std::uint32_t> steps) {
+  std::uint32_t* HWY_RESTRICT step = steps.data();
+  for (std::size_t x = 0; x < steps.size(); ++x)
+    step[x] += static_cast<std::uint32_t>(row[side + static_cast<std::ptrdiff_t>(x)] - row[x]);
+  std::uint32_t sum = 0;
+  for (std::ptrdiff_t x = 0; x < side; ++x) sum += row[x];
+  return sum;
+}
+
+/// Moves the neighbourhoods up by a row. @return what the first sum grows by.
+std::uint32_t ExchangeRows(const std::uint8_t* HWY_RESTRICT entering,
+                           const std::uint8_t* HWY_RESTRICT leaving, std::ptrdiff_t side,
+                           std::span<std::uint32_t> steps) {
+  std::uint32_t* HWY_RESTRICT step = steps.data();
+  const std::uint8_t* HWY_RESTRICT enteringEnd = entering + side;
+  const std::uint8_t* HWY_RESTRICT leavingEnd = leaving + side;
+  for (std::size_t x = 0; x < steps.size(); ++x)
+    step[x] +=
+        static_cast<std::uint32_t>(enteringEnd[x] - entering[x] + leaving[x] - leavingEnd[x]);
+  std::uint32_t sum = 0;
+  for (std::ptrdiff_t x = 0; x < side; ++x)
+    sum += static_cast<std::uint32_t>(entering[x] - leaving[x]);
+  return sum;
+}
+
+}  // namespace rastelo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
 namespace rastelo {
+namespace {
+
+HWY_EXPORT(AddRow);
+HWY_EXPORT(ExchangeRows);
+
+/// Totals of every fourth pixel each: an equal neighbour would wait for the last total to be
+/// stored.
+using Totals = std::array<std::array<std::uint32_t, 256>, 4>;
+
+/// Adds the contrasts of a row's pixels, of which the first has a neighbourhood of this sum and
+/// area, and each has a step from its neighbourhood's sum to the next.
+void AddContrasts(const std::uint8_t* level, std::uint32_t area, std::uint32_t sum,
+                  std::span<const std::uint32_t> steps, Totals& totals) {
+  const auto add = [&](std::uint32_t step, std::array<std::uint32_t, 256>& total) {
+    total[*level] += area * *level - sum;
+    sum += step;
+    ++level;
+  };
+  std::size_t x = 0;
+  for (; x + 4 <= steps.size(); x += 4)
+    for (std::size_t i = 0; i < 4; ++i) add(steps[x + i], totals[i]);
+  for (; x < steps.size(); ++x) add(steps[x], totals[0]);
+}
+
+}  // namespace
 
 std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t radius,
-                                           std::span<std::uint32_t> columnSums) {
-  // Sums are kept modulo 2^32, in which order and grouping do not matter: a neighbourhood's sum is
-  // carried from pixel to pixel, columns from row to row.
-  std::array<std::uint32_t, 256> totals{};
-  const std::int64_t side = 2 * std::int64_t{radius};
-  if (radius > 0 && side < gray.width && side < gray.height) {
-    const auto area = static_cast<std::uint32_t>(side * side);
-    std::fill(columnSums.begin(), columnSums.end(), 0u);
-    const auto addRow = [&](std::int32_t y, std::uint32_t sign) {
-      const std::uint8_t* row = gray.Row(y);
-      for (std::size_t x = 0; x < columnSums.size(); ++x) columnSums[x] += sign * row[x];
-    };
-    for (std::int32_t y = 0; y < side; ++y) addRow(y, 1);
-    for (std::int32_t y = radius; y < gray.height - radius; ++y) {
-      const std::uint8_t* row = gray.Row(y);
-      const std::uint32_t* leaving = columnSums.data();
-      const std::uint32_t* entering = leaving + side;
-      std::uint32_t sum = 0;
-      for (const std::uint32_t* column = leaving; column < entering; ++column) sum += *column;
-      for (std::int32_t x = radius; x < gray.width - radius; ++x) {
-        totals[row[x]] += area * row[x] - sum;
-        sum += *entering++ - *leaving++;
-      }
-      addRow(y - radius, ~0u);
-      addRow(y + radius, 1);
+                                           std::span<std::uint32_t> work) {
+  Totals totals{};
+  if (radius > 0 && radius < (gray.width + 1) / 2 && radius < (gray.height + 1) / 2) {
+    const std::int32_t side = 2 * radius;
+    // There is no step from the last pixel: it stays 0.
+    const auto steps = work.first(static_cast<std::size_t>(gray.width - side));
+    const auto carried = steps.first(steps.size() - 1);
+    std::fill(steps.begin(), steps.end(), 0u);
+    std::uint32_t sum = 0;
+    for (std::int32_t y = 0; y < side; ++y)
+      sum += HWY_DYNAMIC_DISPATCH(AddRow)(gray.Row(y), side, carried);
+    const auto area = static_cast<std::uint32_t>(side) * static_cast<std::uint32_t>(side);
+    for (std::int32_t y = radius;; ++y) {
+      AddContrasts(gray.Row(y) + radius, area, sum, steps, totals);
+      if (y + 1 == gray.height - radius) break;
+      sum += HWY_DYNAMIC_DISPATCH(ExchangeRows)(gray.Row(y + radius), gray.Row(y - radius), side,
+                                                carried);
     }
   }
   std::array<std::int32_t, 256> result;
-  std::transform(totals.begin(), totals.end(), result.begin(),
-                 [](std::uint32_t total) { return static_cast<std::int32_t>(total); });
+  for (std::size_t level = 0; level < result.size(); ++level)
+    result[level] = static_cast<std::int32_t>(totals[0][level] + totals[1][level] +
+                                              totals[2][level] + totals[3][level]);
   return result;
 }
 
@@ -44,3 +107,5 @@ int FindContrastThreshold(const std::array<std::int32_t, 256>& totals) {
 }
 
 }  // namespace rastelo
+
+#endif  // HWY_ONCE

@@ -13,10 +13,10 @@ namespace rastelo {
 /// over the neighbourhood x - r <= x' < x + r, y - r <= y' < y + r, modulo 2^32. Only pixels whose
 /// neighbourhood and its mirror image lie inside take part: r <= x < W - r, r <= y < H - r. The
 /// cost does not grow with r.
-/// @param radius      r, not negative.
-/// @param columnSums  W values to work with, of any content.
+/// @param radius  r, not negative.
+/// @param work    W values to work with, of any content.
 std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t radius,
-                                           std::span<std::uint32_t> columnSums);
+                                           std::span<std::uint32_t> work);
 
 /// The level with the largest total above 0, the lowest among equals; 0 if there is none.
 int FindContrastThreshold(const std::array<std::int32_t, 256>& totals);

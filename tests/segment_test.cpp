@@ -103,6 +103,17 @@ TEST(GraphCut, IsTheFirstWithTheSmallestNormalisedCut) {
   }
 }
 
+TEST(Contrasts, AreThePlainOnesOnEveryTarget) {
+  ForAwkwardPictures(1, [](const TestPicture& gray) {
+    const std::int32_t radius = gray.width % 5 + 1;
+    const auto totals = plain::SumContrasts(gray.Pixels(), radius);
+    std::vector<std::uint32_t> work(static_cast<std::size_t>(gray.width), 0xDEADBEEF);
+    OnEveryTarget([&] {
+      ASSERT_EQ(rastelo::SumContrasts(gray.Pixels(), radius, work), totals) << gray.name;
+    });
+  });
+}
+
 TEST(TwoLevel, IsPlainOnEveryTarget) {
   for (const int threshold : {0, 1, 100, 255}) {
     const auto level = static_cast<std::uint8_t>(threshold);
