@@ -32,10 +32,11 @@ HWY_INLINE V Choose(D d, const std::uint8_t* entries, V levels) {
 void ApplyMap(ImageView gray, const GrayMap& map) {
   const hn::ScalableTag<std::uint8_t> d;
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  const std::ptrdiff_t vectorised = kPermutesBytes ? gray.width : 0;
   for (std::int32_t y = 0; y < gray.height; ++y) {
     std::uint8_t* row = gray.Row(y);
     std::ptrdiff_t x = 0;
-    for (; kPermutesBytes && x + lanes <= gray.width; x += lanes)
+    for (; x + lanes <= vectorised; x += lanes)
       hn::StoreU(Choose<256>(d, map.data(), hn::LoadU(d, row + x)), d, row + x);
     for (; x < gray.width; ++x) row[x] = map[row[x]];
   }
@@ -44,10 +45,11 @@ void ApplyMap(ImageView gray, const GrayMap& map) {
 void ApplyPlaneMaps(ImageView bgr, const std::array<GrayMap, 3>& maps) {
   const hn::ScalableTag<std::uint8_t> d;
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  const std::ptrdiff_t vectorised = kPermutesBytes ? bgr.width : 0;
   for (std::int32_t y = 0; y < bgr.height; ++y) {
     std::uint8_t* pixel = bgr.Row(y);
     std::ptrdiff_t x = 0;
-    for (; kPermutesBytes && x + lanes <= bgr.width; x += lanes, pixel += 3 * lanes) {
+    for (; x + lanes <= vectorised; x += lanes, pixel += 3 * lanes) {
       auto blue = hn::Zero(d), green = hn::Zero(d), red = hn::Zero(d);
       hn::LoadInterleaved3(d, pixel, blue, green, red);
       hn::StoreInterleaved3(Choose<256>(d, maps[0].data(), blue),

@@ -77,7 +77,7 @@ void AddContrasts(const std::uint8_t* level, std::uint32_t area, std::uint32_t s
 std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t radius,
                                            std::span<std::uint32_t> work) {
   Totals totals{};
-  if (radius > 0 && radius < (gray.width + 1) / 2 && radius < (gray.height + 1) / 2) {
+  if (radius > 0 && radius <= (gray.width - 1) / 2 && radius <= (gray.height - 1) / 2) {
     const std::int32_t side = 2 * radius;
     // There is no step from the last pixel: it stays 0.
     const auto steps = work.first(static_cast<std::size_t>(gray.width - side));

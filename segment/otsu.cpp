@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cfloat>
+#include <span>
 
 namespace rastelo {
 namespace {
@@ -80,15 +81,24 @@ std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high) {
   std::int64_t total = 0;
   for (std::size_t i = first; i < end; ++i) total += counts[i];
   if (total == 0) return {};
-  Shares share;
-  for (std::size_t i = first; i < end; ++i) share[i] = counts[i] / static_cast<double>(total);
 
   const Estimates estimates(counts, first, end, total);
-  std::optional<int> best;
-  double largest = DBL_MIN;
+  std::array<std::size_t, 256> candidates;
+  std::size_t count = 0;
   for (std::size_t threshold = first + 1; threshold < end; ++threshold) {
     const double estimate = estimates.variance[threshold];
-    if (estimate < 0.0 || estimate < estimates.largest - 2 * kMargin) continue;
+    if (estimate >= 0.0 && estimate >= estimates.largest - 2 * kMargin)
+      candidates[count++] = threshold;
+  }
+  // One that qualifies for sure has won if it is alone.
+  if (count == 1 && estimates.variance[candidates[0]] == estimates.largest)
+    return static_cast<int>(candidates[0]);
+
+  Shares share;
+  for (std::size_t i = first; i < end; ++i) share[i] = counts[i] / static_cast<double>(total);
+  std::optional<int> best;
+  double largest = DBL_MIN;
+  for (const std::size_t threshold : std::span(candidates).first(count)) {
     const double variance = VarianceBetween(share, first, threshold, end);
     if (!(variance > largest)) continue;
     largest = variance;
