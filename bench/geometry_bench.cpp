@@ -4,6 +4,7 @@
 #include "geometry/gray.h"
 #include "geometry/rotate.h"
 #include "geometry/zoom.h"
+#include "histogram/histogram.h"
 
 namespace {
 
@@ -88,9 +89,9 @@ const int kRowSums = Register(
     [](const judge::Setting& setting) {
       const ConstImageView gray = setting.Picture(8).Pixels();
       return judge::Work{[=] {
-        std::int64_t all = 0;
+        std::uint64_t all = 0;
         for (std::int32_t y = 0; y < gray.height; ++y)
-          all += rastelo::SumBytes(gray.Row(y), gray.width);
+          all += rastelo::SumLevels({gray.Row(y), gray.width, 1, gray.pitch});
         judge::Keep(&all);
       }};
     },

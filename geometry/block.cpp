@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 
 namespace rastelo {
 namespace {
@@ -49,10 +48,6 @@ void BlackenOutside(ImageView image, int pixelBytes, std::int32_t x, std::int32_
     std::memset(row + std::ptrdiff_t{kept.end} * pixelBytes, 0,
                 Range{kept.end, image.width}.Bytes(pixelBytes));
   }
-}
-
-std::int64_t SumBytes(const std::uint8_t* row, std::int32_t width) {
-  return std::accumulate(row, row + width, std::int64_t{0});
 }
 
 }  // namespace rastelo

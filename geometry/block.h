@@ -17,9 +17,6 @@ void CopyBlock(ConstImageView image, std::int32_t x, std::int32_t y, int pixelBy
 void BlackenOutside(ImageView image, int pixelBytes, std::int32_t x, std::int32_t y,
                     std::int32_t width, std::int32_t height);
 
-/// The sum of the first `width` bytes at `row`.
-std::int64_t SumBytes(const std::uint8_t* row, std::int32_t width);
-
 }  // namespace rastelo
 
 #endif  // RASTELO_GEOMETRY_BLOCK_H

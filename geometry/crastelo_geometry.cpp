@@ -4,6 +4,7 @@
 #include "geometry/block.h"
 #include "geometry/gray.h"
 #include "geometry/rotate.h"
+#include "histogram/histogram.h"
 #include "image/pixel_store.h"
 #include "rastelo.h"
 
@@ -51,7 +52,7 @@ int CRastelo::ImgProjectionHorizon(LONG* sums) {
   if (!sums || m_nBitCount != 8) return 1;
   for (LONG fromTop = 0; fromTop < m_lHeight; ++fromTop) {
     const std::uint8_t* row = ConstPixels().Row(m_lHeight - 1 - fromTop);
-    sums[fromTop] = static_cast<LONG>(rastelo::SumBytes(row, m_lWidth));
+    sums[fromTop] = static_cast<LONG>(rastelo::SumLevels({row, m_lWidth, 1, m_lLineBytes}));
     DebugTrace("%d%s%d\n", static_cast<int>(fromTop), ": ", static_cast<int>(sums[fromTop]));
   }
   return 1;

@@ -18,6 +18,9 @@ Histogram CountLevels(ConstImageView gray);
 /// The levels of each plane of a 24-bit image: blue, green, red.
 std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr);
 
+/// The sum of all levels of an 8-bit image.
+std::uint64_t SumLevels(ConstImageView gray);
+
 /// trunc(sum of all levels / number of pixels) of an 8-bit image. Needs a pixel.
 int MeanLevel(ConstImageView gray);
 

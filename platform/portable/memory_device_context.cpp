@@ -3,9 +3,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <span>
 #include <utility>
 
 #include "image/image_view.h"
+#include "platform/portable/surface_rows.h"
 #include "rastelo_device.h"
 
 namespace rastelo {
@@ -19,14 +21,24 @@ struct Source {
 
   /// Blue, green, red of one pixel.
   void Load(std::int32_t x, std::int32_t y, unsigned char* bgr) const {
-    if (bitCount == 24) {
-      std::memcpy(bgr, pixels.Row(y) + std::ptrdiff_t{3} * x, 3);
-      return;
-    }
-    const RGBQUAD& colour = colours[pixels.Row(y)[x]];
+    const std::uint8_t* pixel = pixels.Row(y) + std::ptrdiff_t{bitCount / 8} * x;
+    if (bitCount == 24)
+      std::memcpy(bgr, pixel, 3);
+    else
+      LoadGray(*pixel, bgr);
+  }
+  void LoadGray(std::uint8_t level, unsigned char* bgr) const {
+    const RGBQUAD& colour = colours[level];
     bgr[0] = colour.rgbBlue;
     bgr[1] = colour.rgbGreen;
     bgr[2] = colour.rgbRed;
+  }
+
+  /// `count` pixels of a row as they stand on a surface.
+  void LoadRow(std::int32_t y, std::int32_t x, std::int32_t count, unsigned char* surface) const {
+    const unsigned char* from = pixels.Row(y) + std::ptrdiff_t{bitCount / 8} * x;
+    if (bitCount == 24) return WidenPixels(from, count, surface);
+    for (std::int32_t i = 0; i < count; ++i, surface += 4) LoadGray(from[i], surface);
   }
 };
 
@@ -112,6 +124,30 @@ void Combine(const Source& source, Span columns, Span rows, int mode, unsigned c
   }
 }
 
+/// A row of a surface from the pixels in row `y` at the places `parts`, of one pixel or none each.
+void PickRow(const Source& source, std::int64_t y, std::span<const Span> parts,
+             unsigned char* surface) {
+  const std::uint8_t* row = source.pixels.Row(static_cast<std::int32_t>(y));
+  for (const Span& part : parts) {
+    unsigned char* const to = surface;
+    surface += 4;
+    if (part.first >= part.end) continue;
+    if (source.bitCount == 24)
+      std::memcpy(to, row + 3 * part.first, 3);
+    else
+      source.LoadGray(row[part.first], to);
+  }
+}
+
+/// The same from all pixels of several rows.
+void CombineRow(const Source& source, Span rows, std::span<const Span> parts, int mode,
+                unsigned char* surface) {
+  for (const Span& part : parts) {
+    if (part.first < part.end) Combine(source, part, rows, mode, surface);
+    surface += 4;
+  }
+}
+
 }  // namespace
 
 static std::size_t SurfaceBytes(std::int64_t width, std::int64_t height) {
@@ -151,9 +187,9 @@ int MemoryDeviceContext::SetDIBitsToDevice(int x, int y, DWORD width, DWORD heig
   if (columns.first >= columns.end) return lineCount;
   for (std::int64_t row = rows.first; row < rows.end; ++row) {
     const auto line = static_cast<std::int32_t>(top - row - present.first);
-    unsigned char* to = surface_.data() + (row * width_ + columns.first) * 4;
-    for (std::int64_t column = columns.first; column < columns.end; ++column, to += 4)
-      source.Load(static_cast<std::int32_t>(column - shiftX), line, to);
+    source.LoadRow(line, static_cast<std::int32_t>(columns.first - shiftX),
+                   static_cast<std::int32_t>(columns.end - columns.first),
+                   surface_.data() + (row * width_ + columns.first) * 4);
   }
   return lineCount;
 }
@@ -168,8 +204,8 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
   const StretchAxis down(y, height, sourceHeight);
   if (sourceWidth == 0 || sourceHeight == 0) return 0;
 
-  const Span columns = Intersect(across.Target(), {0, width_});
   const Span rows = Intersect(down.Target(), {0, height_});
+  const Span columns = Intersect(across.Target(), {0, width_});
   const std::int64_t firstColumn = StretchAxis::FirstPixel(sourceX, sourceWidth);
   const std::int64_t rowsEnd =
       StretchAxis::FirstPixel(sourceY, sourceHeight) + std::abs(std::int64_t{sourceHeight});
@@ -177,18 +213,29 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
   const auto chosen = [this](Span all) {
     return stretchMode_ == COLORONCOLOR ? Span{all.end - 1, all.end} : all;
   };
-  if (columns.first >= columns.end) return source.pixels.height;
-  for (std::int64_t row = rows.first; row < rows.end; ++row) {
-    const Span lines = down.Source(row);  // from the top; rows of the bitmap count from the bottom
-    const Span from =
-        Intersect(chosen({rowsEnd - lines.end, rowsEnd - lines.first}), {0, source.pixels.height});
-    if (from.first >= from.end) continue;
-    unsigned char* to = surface_.data() + (row * width_ + columns.first) * 4;
-    for (std::int64_t column = columns.first; column < columns.end; ++column, to += 4) {
-      const Span all = across.Source(column);
-      const Span part = Intersect(chosen({firstColumn + all.first, firstColumn + all.end}),
-                                  {0, source.pixels.width});
-      if (part.first < part.end) Combine(source, part, from, stretchMode_, to);
+  const auto rowsOf = [&](std::int64_t row) {  // from the top; those of a bitmap from the bottom
+    const Span lines = down.Source(row);
+    return Intersect(chosen({rowsEnd - lines.end, rowsEnd - lines.first}),
+                     {0, source.pixels.height});
+  };
+  // A few columns at a time: where they come from is worked out once for all rows.
+  constexpr std::int64_t kStrip = 256;
+  Span parts[kStrip];
+  for (std::int64_t first = columns.first; first < columns.end; first += kStrip) {
+    const std::int64_t count = std::min(kStrip, columns.end - first);
+    for (std::int64_t i = 0; i < count; ++i) {
+      const Span all = across.Source(first + i);
+      parts[i] = Intersect(chosen({firstColumn + all.first, firstColumn + all.end}),
+                           {0, source.pixels.width});
+    }
+    for (std::int64_t row = rows.first; row < rows.end; ++row) {
+      const Span from = rowsOf(row);
+      if (from.first >= from.end) continue;
+      unsigned char* to = surface_.data() + (row * width_ + first) * 4;
+      if (stretchMode_ == COLORONCOLOR)
+        PickRow(source, from.first, {parts, static_cast<std::size_t>(count)}, to);
+      else
+        CombineRow(source, from, {parts, static_cast<std::size_t>(count)}, stretchMode_, to);
     }
   }
   return source.pixels.height;

@@ -1,7 +1,7 @@
 #include "histogram/histogram.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "histogram/mean_level.cpp"
+#define HWY_TARGET_INCLUDE "histogram/sum_levels.cpp"
 #include <hwy/foreach_target.h>
 // Behind foreach_target.h.
 #include <hwy/highway.h>
@@ -36,10 +36,12 @@ namespace rastelo {
 
 HWY_EXPORT(SumLevels);
 
+std::uint64_t SumLevels(ConstImageView gray) { return HWY_DYNAMIC_DISPATCH(SumLevels)(gray); }
+
 int MeanLevel(ConstImageView gray) {
   const auto pixels = std::uint64_t{1} * static_cast<std::uint32_t>(gray.width) *
                       static_cast<std::uint32_t>(gray.height);
-  return static_cast<int>(HWY_DYNAMIC_DISPATCH(SumLevels)(gray) / pixels);
+  return static_cast<int>(SumLevels(gray) / pixels);
 }
 
 }  // namespace rastelo
