@@ -6,6 +6,12 @@
 #include <random>
 
 #include "bench/plain/filter.h"
+#include "filter/even_light.h"
+#include "filter/invert.h"
+#include "filter/push.h"
+#include "filter/sobel.h"
+#include "filter/template_operator.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
@@ -88,6 +94,21 @@ TEST(PixelFilters, PushAndComplementLevels) {
     }
     EXPECT_EQ(After(image, [&](auto& o) { o.ImgTrans2_0_1(threshold, low, high); }), pushed);
     EXPECT_EQ(After(image, [](auto& o) { o.InverseGray(); }), inverse);
+  }
+}
+
+TEST(PixelFilters, AreThePlainOnesOnEveryTarget) {
+  ExpectSameInPlace(1, rastelo::ApplySobel, plain::ApplySobel);
+  const double steps[][2] = {{0, 1.0 / 81}, {1, 1},       {-3, 1},       {-0.55, 0.3},
+                             {-0.29, 0.58}, {-1e-3, 0.1}, {0.0004, 0.01}};  // first, difference
+  for (const auto& [first, step] : steps) {
+    for (const int size : {3, 5, 7}) {
+      std::vector<double> entries;
+      for (int i = 0; i < size * size; ++i) entries.push_back(first + i * 5 % 7 * step);
+      ExpectSameInPlace(
+          1, [&](auto gray) { rastelo::ApplyTemplate(gray, entries.data(), size); },
+          [&](auto gray) { plain::ApplyTemplate(gray, entries.data(), size); });
+    }
   }
 }
 
