@@ -99,6 +99,14 @@ TEST(PixelFilters, PushAndComplementLevels) {
 
 TEST(PixelFilters, AreThePlainOnesOnEveryTarget) {
   ExpectSameInPlace(1, rastelo::ApplySobel, plain::ApplySobel);
+  ExpectSameInPlace(1, rastelo::InvertBytes, plain::InvertBytes);
+  for (const int threshold : {INT_MIN, 0, 1, 128, 255, 256, INT_MAX}) {
+    for (const auto &[low, high] : {std::pair(true, true), {true, false}, {false, true}}) {
+      ExpectSameInPlace(
+          1, [&](auto gray) { rastelo::PushLevels(gray, threshold, low, high); },
+          [&](auto gray) { plain::PushLevels(gray, threshold, low, high); });
+    }
+  }
   const double steps[][2] = {{0, 1.0 / 81}, {1, 1},       {-3, 1},       {-0.55, 0.3},
                              {-0.29, 0.58}, {-1e-3, 0.1}, {0.0004, 0.01}};  // first, difference
   for (const auto& [first, step] : steps) {
