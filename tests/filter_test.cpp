@@ -101,7 +101,7 @@ TEST(PixelFilters, AreThePlainOnesOnEveryTarget) {
   ExpectSameInPlace(1, rastelo::ApplySobel, plain::ApplySobel);
   ExpectSameInPlace(1, rastelo::InvertBytes, plain::InvertBytes);
   for (const int threshold : {INT_MIN, 0, 1, 128, 255, 256, INT_MAX}) {
-    for (const auto &[low, high] : {std::pair(true, true), {true, false}, {false, true}}) {
+    for (const auto& [low, high] : {std::pair(true, true), {true, false}, {false, true}}) {
       ExpectSameInPlace(
           1, [&](auto gray) { rastelo::PushLevels(gray, threshold, low, high); },
           [&](auto gray) { plain::PushLevels(gray, threshold, low, high); });
@@ -161,6 +161,19 @@ TEST(ImgAverageLight, LiftsDarkColumns) {
       ASSERT_EQ(After(image, [&](auto& o) { EXPECT_TRUE(o.ImgAverageLight_V(limit)); }),
                 PlainPass(image, limit))
           << limit << ": " << image;
+  }
+}
+
+TEST(EvenLight, IsThePlainOneOnEveryTarget) {
+  for (const int limit : {-1, 100, 255}) {
+    ExpectSameInPlace(
+        1,
+        [=](auto gray) {
+          std::vector<rastelo::ColumnLight> columns(std::size_t(gray.width));
+          rastelo::MeasureColumns(gray, limit, columns);
+          rastelo::LiftColumns(gray, columns);
+        },
+        [=](auto gray) { plain::EvenColumns(gray, limit); });
   }
 }
 
