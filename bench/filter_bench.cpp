@@ -24,13 +24,13 @@ std::vector<double> Entries(std::int32_t size, double (*of)(int)) {
   return entries;
 }
 
-/// Weights of a mean, differences, and entries among whose products some lie just under a whole
-/// number.
+/// Whole weights, differences in quarters, and entries among whose products some lie just under a
+/// whole number.
 const struct {
   const char* name;
   double (*entry)(int);
 } kKinds[] = {{"whole", [](int i) { return i % 3 + 1.0; }},
-              {"mixed", [](int i) { return i % 5 * 0.3 - 0.55; }},
+              {"mixed", [](int i) { return i % 5 * 0.5 - 0.75; }},
               {"any", [](int i) { return i % 2 * 0.58 - 0.29; }}};
 
 const int kTemplates = [] {
