@@ -2,6 +2,8 @@
 #include <algorithm>
 
 #include "frequency/fourier.h"
+#include "frequency/magnitudes.h"
+#include "image/allocate_array.h"
 #include "image/pixel_store.h"
 #include "rastelo.h"
 
@@ -15,26 +17,33 @@ std::size_t Count(LONG width, LONG height) {
 
 /// What one transform works in and leaves.
 struct CRastelo::FrequencyArrays {
-  std::shared_ptr<Complex[]> rows, coefs;
+  std::shared_ptr<Complex[]> rows, coefs, factors;
   std::shared_ptr<unsigned char[]> map;
 };
 
 /// Arrays of the current size: those that are there, unless a copy has a share in them, else new
-/// ones. Coefficients and map keep what they hold until the transform has all its memory.
+/// ones. Coefficients and map keep what they hold until the transform has all its memory. Factors
+/// never change.
 CRastelo::FrequencyArrays CRastelo::TakeFrequencyArrays() const {
+  const auto factors = FrequencyFactors();
   if (HasFrequencies() && m_pFreqRows.use_count() == 1 && m_pFreqCoefs.use_count() == 1 &&
       m_pSpectrumBits.use_count() == 1)
-    return {m_pFreqRows, m_pFreqCoefs, m_pSpectrumBits};
+    return {m_pFreqRows, m_pFreqCoefs, factors, m_pSpectrumBits};
   const std::size_t count = Count(m_lWidth, m_lHeight);
-  return {std::make_shared_for_overwrite<Complex[]>(count),
-          std::make_shared_for_overwrite<Complex[]>(count),
+  return {rastelo::AllocateArray<Complex>(count), rastelo::AllocateArray<Complex>(count), factors,
           std::make_shared<unsigned char[]>(
               static_cast<std::size_t>(rastelo::Pitch(m_lWidth, 8) * m_lHeight))};
+}
+
+std::shared_ptr<Complex[]> CRastelo::FrequencyFactors() const {
+  if (HasFrequencies()) return m_pFreqFactors;
+  return rastelo::MakeFourierFactors(rastelo::TransformExponent(std::max(m_lWidth, m_lHeight)));
 }
 
 void CRastelo::AdoptFrequencies(const FrequencyArrays& arrays) noexcept {
   m_pFreqRows = arrays.rows;
   m_pFreqCoefs = arrays.coefs;
+  m_pFreqFactors = arrays.factors;
   m_pSpectrumBits = arrays.map;
   m_lFreqWidth = m_lWidth;
   m_lFreqHeight = m_lHeight;
@@ -50,12 +59,9 @@ int CRastelo::FFT() {
   const rastelo::PixelStore gray = GrayCopy();
   const rastelo::ConstImageView levels = gray.bits ? gray.Pixels() : RowBytes();
   const FrequencyArrays arrays = TakeFrequencyArrays();
-  Complex* element = arrays.rows.get();
-  for (LONG y = 0; y < levels.height; ++y)
-    for (LONG x = 0; x < levels.width; ++x)
-      *element++ = {static_cast<double>(levels.Row(y)[x]), 0.0};
-  ImgFFT_2D(arrays.rows.get(), arrays.coefs.get());
-  rastelo::DrawMagnitudes(arrays.coefs.get(), m_lWidth, m_lHeight, arrays.map.get());
+  if (levels.width > 0 && levels.height > 0)
+    rastelo::FourierPlane(m_lWidth, m_lHeight, arrays.factors.get())
+        .Transform(levels, arrays.rows.get(), arrays.coefs.get(), arrays.map.get());
   if (gray.bits) Adopt(gray);
   AdoptFrequencies(arrays);
   return 1;
@@ -79,7 +85,10 @@ int CRastelo::GetSpectrum(unsigned char* buffer) const {
 
 void CRastelo::ImgFFT_2D(Complex* first, Complex* second) {
   if (m_lWidth == 0 || m_lHeight == 0) return;
-  rastelo::FourierPlane(m_lWidth, m_lHeight).Transform(first, second);
+  const auto factors = FrequencyFactors();
+  const rastelo::FourierPlane plane(m_lWidth, m_lHeight, factors.get());
+  std::copy_n(first, Count(m_lWidth, m_lHeight), second);
+  plane.Transform(second, first, second);
 }
 
 /// The inverse by way of the forward transform: of the conjugates, taken in plain order, and
@@ -96,7 +105,9 @@ void CRastelo::ImgIFFT_2D() {
 }
 
 void CRastelo::FFT_1D(Complex* in, Complex* out, LONG exponent) {
-  rastelo::FourierTransform(static_cast<int>(exponent)).Run(in, out);
+  const auto r = static_cast<int>(exponent);
+  const auto factors = rastelo::MakeFourierFactors(r);
+  rastelo::FourierLines(r, 1, factors.get(), r).TransformRows(in, LONG{1} << r, 1, out);
 }
 
 void CRastelo::IFFT_1D(Complex* /*in*/, Complex* /*out*/, LONG /*exponent*/) {}

@@ -4,23 +4,9 @@
 #include <cstring>
 #include <new>
 
-#include "platform/memory.h"
+#include "image/allocate_array.h"
 
 namespace rastelo {
-namespace {
-
-/// Memory for a store, aligned for vector loads and, where it is worth it, for large pages.
-std::shared_ptr<std::uint8_t[]> AllocatePixels(std::size_t bytes) {
-  const bool large = bytes >= 2 * platform::kLargePageBytes;
-  const std::align_val_t alignment{large ? platform::kLargePageBytes : 64};
-  void* memory = ::operator new[](bytes, alignment);
-  if (large) platform::PreferLargePages(memory, bytes);
-  return {static_cast<std::uint8_t*>(memory),
-          [alignment](std::uint8_t* bits) { ::operator delete[](bits, alignment); }};
-}
-
-}  // namespace
-
 PixelStore PixelStore::ForOverwrite(std::int32_t width, std::int32_t height, int bitCount) {
   const std::int64_t pitch = Pitch(width, bitCount);
   if (pitch > INT32_MAX || pitch * height > PTRDIFF_MAX) throw std::bad_alloc();
@@ -29,7 +15,7 @@ PixelStore PixelStore::ForOverwrite(std::int32_t width, std::int32_t height, int
   store.height = height;
   store.pitch = static_cast<std::int32_t>(pitch);
   store.bitCount = bitCount;
-  store.bits = AllocatePixels(store.Bytes());
+  store.bits = AllocateArray<std::uint8_t>(store.Bytes());
   return store;
 }
 

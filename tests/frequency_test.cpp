@@ -3,10 +3,15 @@
 
 #include <cmath>
 #include <complex>
+#include <cstring>
 #include <numbers>
 
+#include "bench/plain/frequency.h"
 #include "frequency/fourier.h"
+#include "frequency/magnitudes.h"
+#include "image/allocate_array.h"
 #include "tests/allocations.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
@@ -38,8 +43,10 @@ TEST(Fourier, FollowsItsDefinition) {
       roots.push_back(std::polar(1.0L, -2 * std::numbers::pi_v<long double> * i / count));
     Coefficients elements, result(std::size_t(w * h), {NAN, NAN});
     for (int i = 0; i < w * h; ++i) elements.push_back({i * 91 % 256 * 1.0, 99.0 - i * 37 % 199});
-    Coefficients first = elements;
-    rastelo::FourierPlane(w, h).Transform(first.data(), result.data());
+    Coefficients rows = elements;
+    const auto factors = rastelo::MakeFourierFactors(rastelo::TransformExponent(std::max(w, h)));
+    rastelo::FourierPlane(w, h, factors.get())
+        .Transform(elements.data(), rows.data(), result.data());
     for (int i = 0; i < w * h; ++i) {
       const int u = i / h, v = i % h;
       std::complex<long double> sum = 0;
@@ -57,12 +64,72 @@ TEST(Fourier, FollowsItsDefinition) {
   }
 }
 
+bool SameBits(const Coefficients& a, const Coefficients& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(Complex)) == 0;
+}
+
+/// Levels, and the same levels as elements, by both ways and on every instruction set.
+void ExpectSameTransform(std::int32_t w, std::int32_t h) {
+  const TestPicture picture = MakePicture(w, h, 1, w % 3 == 0 ? Content::kFlat : Content::kNoise);
+  Coefficients rows;
+  for (std::int32_t i = 0; i < w * h; ++i)
+    rows.push_back({picture.Pixels().Row(i / w)[i % w] * 1.0, 0.0});
+  const Coefficients elements = rows;
+  Coefficients expected(rows.size());
+  Bytes map(rows.size());
+  plain::TransformPlane(rows.data(), expected.data(), w, h);
+  plain::DrawMagnitudes(expected.data(), w, h, map.data());
+  const auto factors = rastelo::MakeFourierFactors(rastelo::TransformExponent(std::max(w, h)));
+  const rastelo::FourierPlane plane(w, h, factors.get());
+  OnEveryTarget([&] {
+    // Aligned, so that large ones are stored past the caches.
+    const auto store = rastelo::AllocateArray<Complex>(2 * rows.size());
+    Complex *ourRows = store.get(), *coefs = ourRows + rows.size();
+    Bytes ourMap(map.size(), 0xEE);
+    plane.Transform(picture.Pixels(), ourRows, coefs, ourMap.data());
+    EXPECT_TRUE(SameBits({ourRows, coefs}, rows)) << w << " x " << h;
+    EXPECT_TRUE(SameBits({coefs, coefs + rows.size()}, expected)) << w << " x " << h;
+    EXPECT_TRUE(ourMap == map) << w << " x " << h;
+    Coefficients inPlace = elements, otherRows(rows.size());
+    plane.Transform(inPlace.data(), otherRows.data(), inPlace.data());
+    EXPECT_TRUE(SameBits(inPlace, expected) && SameBits(otherRows, rows)) << w << " x " << h;
+  });
+}
+
+TEST(Fourier, GivesThePlainDefinitionsBits) {
+  for (std::int32_t i = 0; i < 20 * 20; ++i) ExpectSameTransform(i % 20 + 1, i / 20 + 1);
+  const int sides[][2] = {{32, 32},  {33, 40},  {64, 37},  {130, 70},  {35, 260},   {512, 33},
+                          {41, 513}, {4, 1030}, {1030, 3}, {2048, 32}, {1024, 1028}};
+  for (const auto& [w, h] : sides) ExpectSameTransform(w, h);
+}
+
+TEST(CutMagnitudes, GivesThePlainDefinitionsBits) {
+  const double scales[] = {0.0, 1e-200, 0.7, 100.0, 3e4, 1e9, 1e19, 1e25, 1e160, INFINITY, NAN};
+  const double limits[] = {-1.0, 0.0, 5.0, 5.0000001, 1499.9999, 1500.0, INFINITY, NAN};
+  for (std::int32_t h = 0; h <= 130; ++h) {
+    Coefficients all;
+    for (std::int32_t i = 0; i < 3 * h; ++i) {  // whole magnitudes and any
+      const double scale = scales[i % 7 == 0 ? (i / 7) % 11 : 3 + i % 2];
+      all.push_back({scale * (i % 5 ? 3 : 3 + 1e-9 * i), scale * -4.0});
+    }
+    for (const double limit : limits) {
+      Coefficients expected = all;
+      Bytes map(all.size());
+      plain::CutMagnitudes(expected.data(), 3, h, limit, map.data());
+      OnEveryTarget([&] {
+        Coefficients left = all;
+        Bytes cells(all.size(), 0xEE);
+        rastelo::CutMagnitudes(left.data(), 3, h, limit, cells.data());
+        EXPECT_TRUE(SameBits(left, expected) && cells == map) << h << ", " << limit;
+      });
+    }
+  }
+}
+
 TEST(CutMagnitudes, ComparesEachCoefficientWithTheLimit) {
   // F(u, v) along v. Of the odd side, a cell is drawn twice and another one never.
   const Coefficients all = {{25500, 0}, {28090, 0}, {0, -30000}, {-3000, 4000}, {30000.01, 0}, {}};
   Bytes cells(6, 0xEE);
-  rastelo::DrawMagnitudes(all.data(), 2, 3, cells.data());
-  EXPECT_EQ(cells, (Bytes{255, 0, 0, 255, 255, 0}));
   const std::tuple<double, Bytes, Bytes> cases[] = {
       {INFINITY, {1, 1, 1, 1, 1, 1}, {44, 0, 0, 24, 44, 0}},
       {300.0, {1, 1, 1, 1, 0, 1}, {0, 0, 0, 24, 44, 0}},

@@ -39,40 +39,76 @@ void RunTransform(const Complex* in, Complex* out, int exponent) {
   }
 }
 
-void TransformPlane(Complex* first, Complex* second, int exponent) {
-  const std::size_t side = std::size_t{1} << exponent;
-  for (std::size_t y = 0; y < side; ++y)
-    RunTransform(first + side * y, second + side * y, exponent);
-  for (std::size_t y = 0; y < side; ++y)
-    for (std::size_t x = 0; x < side; ++x) first[side * x + y] = second[side * y + x];
-  for (std::size_t x = 0; x < side; ++x)
-    RunTransform(first + side * x, second + side * x, exponent);
+namespace {
+
+int LargestExponent(std::int32_t side) {
+  int exponent = 0;
+  while (2 << exponent <= side) ++exponent;
+  return exponent;
 }
 
-void CutMagnitudes(Complex* coefficients, int exponent, double limit, std::uint8_t* cells) {
-  const std::size_t side = std::size_t{1} << exponent;
-  std::fill_n(cells, side * side, std::uint8_t{0});
-  for (std::size_t v = 0; v < side; ++v) {
-    for (std::size_t u = 0; u < side; ++u) {
-      Complex& z = coefficients[side * u + v];
-      const double magnitude = std::sqrt(z.re * z.re + z.im * z.im) / 100.0;
-      if (limit >= magnitude)
-        cells[side * ((u + side / 2) % side) + (v + side / 2) % side] = LowByte(magnitude);
-      else
-        z = {0.0, 0.0};
-    }
-  }
+}  // namespace
+
+void TransformPlane(Complex* first, Complex* second, std::int32_t width, std::int32_t height) {
+  const int across = LargestExponent(width), along = LargestExponent(height);
+  const auto w = static_cast<std::size_t>(width), h = static_cast<std::size_t>(height);
+  std::fill_n(second, w * h, Complex{0.0, 0.0});
+  for (std::size_t y = 0; y < h; ++y) RunTransform(first + w * y, second + w * y, across);
+  for (std::size_t y = 0; y < h; ++y)
+    for (std::size_t x = 0; x < w; ++x) first[h * x + y] = second[w * y + x];
+  std::fill_n(second, w * h, Complex{0.0, 0.0});
+  for (std::size_t x = 0; x < std::size_t{1} << across; ++x)
+    RunTransform(first + h * x, second + h * x, along);
 }
 
-void InvertPlane(const Complex* coefficients, int exponent, std::uint8_t* cells) {
-  const std::size_t side = std::size_t{1} << exponent, count = side * side;
-  std::vector<Complex> first(coefficients, coefficients + count), second(count);
+namespace {
+
+std::size_t HalfShift(std::size_t place, std::size_t side) {
+  return place < side / 2 ? place + side / 2 : place - side / 2;
+}
+
+double Magnitude(const Complex& z) { return std::sqrt(z.re * z.re + z.im * z.im) / 100.0; }
+
+/// Calls visit(coefficient, cell) for each in ascending v and, within it, u.
+template <class Element, class Visit>
+void VisitCoefficients(Element* coefficients, std::int32_t width, std::int32_t height,
+                       std::uint8_t* cells, Visit visit) {
+  const auto w = static_cast<std::size_t>(width), h = static_cast<std::size_t>(height);
+  std::fill_n(cells, w * h, std::uint8_t{0});
+  for (std::size_t v = 0; v < h; ++v)
+    for (std::size_t u = 0; u < w; ++u)
+      visit(coefficients[h * u + v], cells[h * HalfShift(u, w) + HalfShift(v, h)]);
+}
+
+}  // namespace
+
+void DrawMagnitudes(const Complex* coefficients, std::int32_t width, std::int32_t height,
+                    std::uint8_t* cells) {
+  VisitCoefficients(coefficients, width, height, cells, [](const Complex& z, std::uint8_t& cell) {
+    cell = LowByte(std::min(Magnitude(z), 255.0));
+  });
+}
+
+void CutMagnitudes(Complex* coefficients, std::int32_t width, std::int32_t height, double limit,
+                   std::uint8_t* cells) {
+  VisitCoefficients(coefficients, width, height, cells, [=](Complex& z, std::uint8_t& cell) {
+    const double magnitude = Magnitude(z);
+    cell = limit >= magnitude ? LowByte(magnitude) : std::uint8_t{0};
+    if (!(limit >= magnitude)) z = {0.0, 0.0};
+  });
+}
+
+void InvertPlane(const Complex* coefficients, std::int32_t width, std::int32_t height,
+                 std::uint8_t* cells) {
+  const auto w = static_cast<std::size_t>(width), h = static_cast<std::size_t>(height);
+  std::vector<Complex> first(coefficients, coefficients + w * h), second(w * h);
   for (Complex& z : first) z.im = -z.im;
-  TransformPlane(first.data(), second.data(), exponent);
-  for (std::size_t y = 0; y < side; ++y)
-    for (std::size_t x = 0; x < side; ++x)
-      cells[side * ((y + side / 2) % side) + (x + side / 2) % side] =
-          LowByte(second[side * y + x].re / static_cast<double>(count));
+  TransformPlane(first.data(), second.data(), width, height);
+  std::fill_n(cells, w * h, std::uint8_t{0});
+  for (std::size_t y = 0; y < h; ++y)
+    for (std::size_t x = 0; x < w; ++x)
+      cells[w * HalfShift(y, h) + HalfShift(x, w)] =
+          LowByte(second[w * y + x].re / static_cast<double>(w * h));
 }
 
 }  // namespace plain

@@ -1,0 +1,421 @@
+#include "frequency/fourier_lines.h"
+
+#include <hwy/cache_control.h>
+
+#include <algorithm>
+#include <type_traits>
+
+#include "frequency/half_shift.h"
+#include "image/allocate_array.h"
+#include "numeric/rounded_functions.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "frequency/fourier_lines.cpp"
+#include <hwy/foreach_target.h>
+// Behind foreach_target.h.
+#include "frequency/magnitude-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace rastelo::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Single = hn::CappedTag<double, 1>;
+
+/// The square of a magnitude that is drawn as 255 and far from every whole number.
+constexpr double kLargestSquare = 25550.0 * 25550.0;
+
+// Lines are transformed side by side, one a lane. Element after element, `work` holds the real
+// parts of all lines, then their imaginary parts; at both ends of a transform, the complex numbers
+// of all lines. A pass keeps eight elements in registers through three stages, whose butterflies
+// are those of the plain definition.
+
+/// low + high, and (low - high) * factor.
+template <class D, class V>
+HWY_INLINE void Butterfly(D d, const Complex& factor, V& lowRe, V& lowIm, V& highRe, V& highIm) {
+  const V re = hn::Sub(lowRe, highRe), im = hn::Sub(lowIm, highIm);
+  const V factorRe = hn::Set(d, factor.re), factorIm = hn::Set(d, factor.im);
+  lowRe = hn::Add(lowRe, highRe);
+  lowIm = hn::Add(lowIm, highIm);
+  highRe = hn::Sub(hn::Mul(re, factorRe), hn::Mul(im, factorIm));
+  highIm = hn::Add(hn::Mul(re, factorIm), hn::Mul(im, factorRe));
+}
+
+/// The factors of one stage: that of a block's pair i.
+struct Factors {
+  const Complex* first;
+  std::ptrdiff_t step;
+  const Complex& operator[](std::ptrdiff_t i) const { return first[i * step]; }
+  /// Those of the next stage, whose blocks are half as long.
+  Factors Next() const { return {first, 2 * step}; }
+};
+
+/// Two stages of the elements i + k * step, k below 4, of a block of 4 * step.
+template <class D, class V>
+HWY_INLINE void TwoStages(D d, const Factors& f, std::ptrdiff_t i, std::ptrdiff_t step, V& re0,
+                          V& im0, V& re1, V& im1, V& re2, V& im2, V& re3, V& im3) {
+  Butterfly(d, f[i], re0, im0, re2, im2);
+  Butterfly(d, f[i + step], re1, im1, re3, im3);
+  Butterfly(d, f.Next()[i], re0, im0, re1, im1);
+  Butterfly(d, f.Next()[i], re2, im2, re3, im3);
+}
+
+/// `kStages` stages of the elements i + k * step, k below 2^kStages, of the block at `block`.
+template <int kStages, class D, class Load, class Store>
+HWY_INLINE void Stages(D d, const Factors& f, std::ptrdiff_t block, std::ptrdiff_t i,
+                       std::ptrdiff_t step, const Load& load, const Store& store) {
+  using V = hn::Vec<D>;
+  const std::ptrdiff_t at = block + i;
+  V re0 = hn::Zero(d), im0 = re0;
+  load(d, at, re0, im0);
+  if constexpr (kStages == 0) {
+    store(d, at, re0, im0);
+  } else {
+    V re1 = re0, im1 = re0;
+    load(d, at + step, re1, im1);
+    if constexpr (kStages == 1) {
+      Butterfly(d, f[i], re0, im0, re1, im1);
+    } else {
+      V re2 = re0, im2 = re0, re3 = re0, im3 = re0;
+      load(d, at + 2 * step, re2, im2);
+      load(d, at + 3 * step, re3, im3);
+      if constexpr (kStages == 2) {
+        TwoStages(d, f, i, step, re0, im0, re1, im1, re2, im2, re3, im3);
+      } else {
+        V re4 = re0, im4 = re0, re5 = re0, im5 = re0, re6 = re0, im6 = re0, re7 = re0, im7 = re0;
+        load(d, at + 4 * step, re4, im4);
+        load(d, at + 5 * step, re5, im5);
+        load(d, at + 6 * step, re6, im6);
+        load(d, at + 7 * step, re7, im7);
+        Butterfly(d, f[i], re0, im0, re4, im4);
+        Butterfly(d, f[i + step], re1, im1, re5, im5);
+        Butterfly(d, f[i + 2 * step], re2, im2, re6, im6);
+        Butterfly(d, f[i + 3 * step], re3, im3, re7, im7);
+        TwoStages(d, f.Next(), i, step, re0, im0, re1, im1, re2, im2, re3, im3);
+        TwoStages(d, f.Next(), i, step, re4, im4, re5, im5, re6, im6, re7, im7);
+        store(d, at + 4 * step, re4, im4);
+        store(d, at + 5 * step, re5, im5);
+        store(d, at + 6 * step, re6, im6);
+        store(d, at + 7 * step, re7, im7);
+      }
+      store(d, at + 2 * step, re2, im2);
+      store(d, at + 3 * step, re3, im3);
+    }
+    store(d, at, re0, im0);
+    store(d, at + step, re1, im1);
+    return;
+  }
+}
+
+/// A pass over the blocks of 2^exponent elements from `begin` to `end`.
+template <int kStages, class D, class Load, class Store>
+HWY_INLINE void Pass(D d, const FourierLines& lines, int exponent, std::ptrdiff_t begin,
+                     std::ptrdiff_t end, const Load& load, const Store& store) {
+  const std::ptrdiff_t size = std::ptrdiff_t{1} << exponent, step = size >> kStages;
+  const Factors f{lines.factors, lines.factorStep << (lines.exponent - exponent)};
+  for (std::ptrdiff_t block = begin; block < end; block += size)
+    for (std::ptrdiff_t i = 0; i < step; ++i) Stages<kStages>(d, f, block, i, step, load, store);
+}
+
+/// The last pass, of `exponent` stages, at most three.
+template <class D, class Load, class Store>
+HWY_INLINE void LastPass(D d, const FourierLines& lines, int exponent, std::ptrdiff_t begin,
+                         std::ptrdiff_t end, const Load& load, const Store& store) {
+  if (exponent == 0) return Pass<0>(d, lines, 0, begin, end, load, store);
+  if (exponent == 1) return Pass<1>(d, lines, 1, begin, end, load, store);
+  if (exponent == 2) return Pass<2>(d, lines, 2, begin, end, load, store);
+  return Pass<3>(d, lines, 3, begin, end, load, store);
+}
+
+/// All stages, from `load` to `store`, where the elements come in reversed order of their places'
+/// bits. Each eighth goes through all that follow the first three stages while it is in the near
+/// cache.
+template <class D, class Load, class Store>
+HWY_INLINE void TransformLanes(D d, const FourierLines& lines, const Load& load,
+                               const Store& store) {
+  using V = hn::Vec<D>;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  double* work = lines.work.get();
+  const auto fromWork = [=](D, std::ptrdiff_t at, V& re, V& im) HWY_ATTR {
+    re = hn::Load(d, work + 2 * lanes * at);
+    im = hn::Load(d, work + 2 * lanes * at + lanes);
+  };
+  const auto toWork = [=](D, std::ptrdiff_t at, V re, V im) HWY_ATTR {
+    hn::Store(re, d, work + 2 * lanes * at);
+    hn::Store(im, d, work + 2 * lanes * at + lanes);
+  };
+  if (lines.exponent <= 3) return LastPass(d, lines, lines.exponent, 0, lines.side, load, store);
+  Pass<3>(d, lines, lines.exponent, 0, lines.side, load, toWork);
+  const std::ptrdiff_t eighth = lines.side / 8;
+  for (std::ptrdiff_t begin = 0; begin < lines.side; begin += eighth) {
+    int left = lines.exponent - 3;
+    for (; left > 3; left -= 3) Pass<3>(d, lines, left, begin, begin + eighth, fromWork, toWork);
+    LastPass(d, lines, left, begin, begin + eighth, fromWork, store);
+  }
+}
+
+/// The parts of as many complex numbers as there are lanes; number k is in lane Slot(k).
+template <class D, class V>
+HWY_INLINE void Split(D d, const double* from, V& re, V& im) {
+  if constexpr (std::is_same_v<D, Single>) {
+    re = hn::Load(d, from);
+    im = hn::Load(d, from + 1);
+  } else {
+    const V a = hn::Load(d, from), b = hn::Load(d, from + hn::Lanes(d));
+    re = InterleaveLower(d, a, b);  // within blocks of two lanes
+    im = InterleaveUpper(d, a, b);
+  }
+}
+
+/// The way back: the complex numbers, in order.
+template <class D, class V>
+HWY_INLINE void Join(D d, V re, V im, V& a, V& b) {
+  if constexpr (std::is_same_v<D, Single>) {
+    a = re;
+    b = im;
+  } else {
+    a = InterleaveLower(d, re, im);
+    b = InterleaveUpper(d, re, im);
+  }
+}
+
+HWY_INLINE std::ptrdiff_t Slot(std::ptrdiff_t k, std::ptrdiff_t lanes) {
+  return k < lanes / 2 ? 2 * k : 2 * k + 1 - lanes;
+}
+
+HWY_INLINE std::ptrdiff_t ReverseBits(std::ptrdiff_t place, int bits) {
+  auto v = static_cast<std::uint32_t>(place);
+  v = (v >> 1 & 0x55555555U) | (v & 0x55555555U) << 1;
+  v = (v >> 2 & 0x33333333U) | (v & 0x33333333U) << 2;
+  v = (v >> 4 & 0x0F0F0F0FU) | (v & 0x0F0F0F0FU) << 4;
+  v = (v >> 8 & 0x00FF00FFU) | (v & 0x00FF00FFU) << 8;
+  return static_cast<std::ptrdiff_t>(std::uint64_t{v >> 16 | v << 16} >> (32 - bits));
+}
+
+/// Calls work(d, first) for groups of lines, one a lane, until all have had their turn. The last
+/// group may repeat some.
+template <class Work>
+HWY_INLINE void ForGroups(const FourierLines& lines, const Work& work) {
+  const hn::CappedTag<double, FourierLines::kLanes> d;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  const std::ptrdiff_t count = lines.lines;
+  if (lanes <= lines.lanes) {
+    for (std::ptrdiff_t first = 0; first < count; first += lanes)
+      work(d, std::min(first, count - lanes));
+  } else {
+    for (std::ptrdiff_t first = 0; first < count; ++first) work(Single(), first);
+  }
+}
+
+/// Whether stores to this array go past the caches: it is larger than they can keep, and all its
+/// rows of `height` elements are aligned.
+bool GoesPastCaches(const FourierLines& lines, const Complex* out, std::ptrdiff_t width,
+                    std::ptrdiff_t height) {
+  constexpr std::ptrdiff_t kLargeCount = std::ptrdiff_t{1} << 20;
+  return lines.lanes > 1 && width * height >= kLargeCount && height % 4 == 0 &&
+         reinterpret_cast<std::uintptr_t>(out) % 64 == 0;
+}
+
+/// Transforms a group of rows that the bytes or the elements in `lines` hold, to out(H * u + y).
+template <class D, class Load>
+HWY_INLINE void TransformRowGroup(D d, const FourierLines& lines, const Load& load,
+                                  std::ptrdiff_t height, bool pastCaches, Complex* out) {
+  using V = hn::Vec<D>;
+  const auto store = [=, exponent = lines.exponent](D, std::ptrdiff_t at, V re, V im) HWY_ATTR {
+    double* to = &out[height * ReverseBits(at, exponent)].re;
+    V a = re, b = im;
+    Join(d, re, im, a, b);
+    if (pastCaches) {
+      hn::Stream(a, d, to);
+      hn::Stream(b, d, to + hn::Lanes(d));
+    } else {
+      hn::StoreU(a, d, to);
+      hn::StoreU(b, d, to + hn::Lanes(d));
+    }
+  };
+  TransformLanes(d, lines, load, store);
+}
+
+/// Brings the levels of neighbouring rows side by side, as Split would.
+HWY_INLINE void GatherLevels(ConstImageView levels, std::ptrdiff_t firstRow, std::ptrdiff_t lanes,
+                             std::ptrdiff_t side, std::uint8_t* bytes) {
+  const std::uint8_t* rows[FourierLines::kLanes];
+  for (std::ptrdiff_t lane = 0; lane < lanes; ++lane)
+    rows[Slot(lane, lanes)] = levels.Row(static_cast<std::int32_t>(firstRow + lane));
+  for (std::ptrdiff_t x = 0; x < side; ++x)
+    for (std::ptrdiff_t slot = 0; slot < lanes; ++slot) bytes[lanes * x + slot] = rows[slot][x];
+}
+
+void TransformLevelRows(const FourierLines& lines, ConstImageView levels, Complex* out) {
+  const bool pastCaches = GoesPastCaches(lines, out, lines.side, levels.height);
+  std::uint8_t* bytes = lines.bytes.get();
+  ForGroups(lines, [&](auto d, std::ptrdiff_t y) HWY_ATTR {
+    using D = decltype(d);
+    using V = hn::Vec<D>;
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    GatherLevels(levels, y, lanes, lines.side, bytes);
+    const auto load = [=](D, std::ptrdiff_t x, V& re, V& im) HWY_ATTR {
+      const hn::Rebind<std::uint8_t, D> byte;
+      const hn::Rebind<std::int32_t, D> whole;
+      re = hn::PromoteTo(d, hn::PromoteTo(whole, hn::LoadU(byte, bytes + lanes * x)));
+      im = hn::Zero(d);
+    };
+    TransformRowGroup(d, lines, load, levels.height, pastCaches, out + y);
+  });
+  hwy::FlushStream();
+}
+
+/// Loads what Gather has brought.
+template <class D>
+HWY_INLINE auto LoadGathered(D d, const FourierLines& lines) {
+  using V = hn::Vec<D>;
+  const double* work = lines.work.get();
+  return [=](D, std::ptrdiff_t at, V& re, V& im) HWY_ATTR {
+    Split(d, work + 2 * static_cast<std::ptrdiff_t>(hn::Lanes(d)) * at, re, im);
+  };
+}
+
+/// Brings the elements of neighbouring runs, `length` apart, side by side.
+HWY_INLINE void Gather(const Complex* runs, std::ptrdiff_t length, std::ptrdiff_t lanes,
+                       const FourierLines& lines) {
+  auto* elements = reinterpret_cast<Complex*>(lines.work.get());
+  const std::ptrdiff_t side = lines.side;
+  for (std::ptrdiff_t i = 0; i < side; ++i)
+    for (std::ptrdiff_t lane = 0; lane < lanes; ++lane)
+      elements[lanes * i + lane] = runs[length * lane + i];
+}
+
+void TransformElementRows(const FourierLines& lines, const Complex* elements, std::ptrdiff_t width,
+                          std::ptrdiff_t height, Complex* out) {
+  const bool pastCaches = GoesPastCaches(lines, out, lines.side, height);
+  ForGroups(lines, [&](auto d, std::ptrdiff_t y) HWY_ATTR {
+    Gather(elements + width * y, width, static_cast<std::ptrdiff_t>(hn::Lanes(d)), lines);
+    TransformRowGroup(d, lines, LoadGathered(d, lines), height, pastCaches, out + y);
+  });
+  hwy::FlushStream();
+}
+
+/// Takes `kTile` coefficients of each line in turn from their places in reversed order of bits to
+/// their runs, `length` apart.
+template <int kTile, bool kPastCaches>
+HWY_INLINE void Spread(const FourierLines& lines, std::ptrdiff_t lanes, std::ptrdiff_t length,
+                       Complex* out) {
+  const hn::CappedTag<double, 2> pair;
+  const double* work = lines.work.get();
+  const std::ptrdiff_t side = lines.side;
+  const int exponent = lines.exponent;
+  for (std::ptrdiff_t v = 0; v < side; v += kTile) {
+    const double* from[kTile];
+    for (int k = 0; k < kTile; ++k) from[k] = work + 2 * lanes * ReverseBits(v + k, exponent);
+    for (std::ptrdiff_t lane = 0; lane < lanes; ++lane) {
+      double* to = &out[length * lane + v].re;
+      for (int k = 0; k < kTile; ++k) {
+        if constexpr (kPastCaches)
+          hn::Stream(hn::Load(pair, from[k] + 2 * lane), pair, to + 2 * k);
+        else
+          std::copy_n(from[k] + 2 * lane, 2, to + 2 * k);
+      }
+    }
+  }
+}
+
+/// Draws the coefficients' bytes as rows of the map.
+HWY_INLINE void DrawRows(const FourierLines& lines, std::ptrdiff_t firstRun, std::ptrdiff_t lanes,
+                         std::ptrdiff_t width, std::ptrdiff_t height, std::uint8_t* cells) {
+  std::uint8_t* rows[FourierLines::kLanes];
+  for (std::ptrdiff_t lane = 0; lane < lanes; ++lane)
+    rows[Slot(lane, lanes)] = cells + height * HalfShift(firstRun + lane, width);
+  const std::uint8_t* bytes = lines.bytes.get();
+  const std::ptrdiff_t side = lines.side;
+  const int exponent = lines.exponent;
+  for (std::ptrdiff_t v = 0; v < side; ++v) {
+    const std::uint8_t* from = bytes + lanes * ReverseBits(v, exponent);
+    const std::ptrdiff_t place = HalfShift(v, height);
+    for (std::ptrdiff_t slot = 0; slot < lanes; ++slot) rows[slot][place] = from[slot];
+  }
+}
+
+void TransformColumnRuns(const FourierLines& lines, const Complex* runs, std::ptrdiff_t width,
+                         std::ptrdiff_t height, Complex* out, std::uint8_t* cells) {
+  const bool pastCaches = GoesPastCaches(lines, out, width, height);
+  ForGroups(lines, [&](auto d, std::ptrdiff_t run) HWY_ATTR {
+    using D = decltype(d);
+    using V = hn::Vec<D>;
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    double* work = lines.work.get();
+    std::uint8_t* bytes = lines.bytes.get();
+    const bool draws = cells != nullptr;
+    const auto store = [=](D, std::ptrdiff_t at, V re, V im) HWY_ATTR {
+      if (draws) {
+        const V square = hn::Min(SquaredMagnitude(re, im), hn::Set(d, kLargestSquare));
+        const hn::Rebind<std::uint8_t, D> byte;
+        hn::StoreU(MagnitudeBytes(d, square), byte, bytes + lanes * at);
+      }
+      double* to = work + 2 * lanes * at;
+      V a = re, b = im;
+      Join(d, re, im, a, b);
+      hn::Store(a, d, to);
+      hn::Store(b, d, to + lanes);
+    };
+    Gather(runs + height * run, height, lanes, lines);
+    TransformLanes(d, lines, LoadGathered(d, lines), store);
+    if (lines.side < 4)
+      Spread<1, false>(lines, lanes, height, out + height * run);
+    else if (std::is_same_v<D, Single> || !pastCaches)
+      Spread<4, false>(lines, lanes, height, out + height * run);
+    else
+      Spread<4, true>(lines, lanes, height, out + height * run);
+    if (cells) DrawRows(lines, run, lanes, width, height, cells);
+  });
+  hwy::FlushStream();
+}
+
+}  // namespace rastelo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace rastelo {
+
+HWY_EXPORT(TransformLevelRows);
+HWY_EXPORT(TransformElementRows);
+HWY_EXPORT(TransformColumnRuns);
+
+std::shared_ptr<Complex[]> MakeFourierFactors(int exponent) {
+  const std::size_t count = std::size_t{1} << exponent;
+  auto factors = AllocateArray<Complex>(count / 2);
+  for (std::size_t i = 0; i < count / 2; ++i) {
+    const double angle = static_cast<double>(i) * -6.283185307179586 / static_cast<double>(count);
+    factors.get()[i] = RoundedUnit(angle);
+  }
+  return factors;
+}
+
+FourierLines::FourierLines(int newExponent, std::int32_t newLines, const Complex* newFactors,
+                           int factorExponent)
+    : exponent(newExponent),
+      lines(newLines),
+      side(std::ptrdiff_t{1} << exponent),
+      lanes(lines < 4 * kLanes ? 1 : kLanes),
+      factors(newFactors),
+      factorStep(std::ptrdiff_t{1} << (factorExponent - exponent)),
+      work(AllocateArray<double>(static_cast<std::size_t>(2 * lanes * side))),
+      bytes(AllocateArray<std::uint8_t>(static_cast<std::size_t>(lanes * side))) {}
+
+void FourierLines::TransformRows(ConstImageView levels, Complex* out) const {
+  HWY_DYNAMIC_DISPATCH(TransformLevelRows)(*this, levels, out);
+}
+
+void FourierLines::TransformRows(const Complex* elements, std::int32_t width, std::int32_t height,
+                                 Complex* out) const {
+  HWY_DYNAMIC_DISPATCH(TransformElementRows)(*this, elements, width, height, out);
+}
+
+void FourierLines::TransformRuns(const Complex* runs, std::int32_t width, std::int32_t height,
+                                 Complex* out, std::uint8_t* cells) const {
+  HWY_DYNAMIC_DISPATCH(TransformColumnRuns)(*this, runs, width, height, out, cells);
+}
+
+}  // namespace rastelo
+
+#endif  // HWY_ONCE

@@ -1,0 +1,93 @@
+#include "frequency/magnitudes.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+
+#include "frequency/half_shift.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "frequency/magnitudes.cpp"
+#include <hwy/foreach_target.h>
+// Behind foreach_target.h.
+#include "frequency/magnitude-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace rastelo::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// One vector of coefficients and their cells.
+template <class D>
+HWY_INLINE void CutLanes(D d, double largestSquare, Complex* coefficients, std::uint8_t* cells) {
+  using V = hn::Vec<D>;
+  V re = hn::Zero(d), im = re;
+  hn::LoadInterleaved2(d, &coefficients->re, re, im);
+  const V square = SquaredMagnitude(re, im);
+  const auto stays = hn::Le(square, hn::Set(d, largestSquare));
+  const hn::Rebind<std::uint8_t, D> byte;
+  hn::StoreU(MagnitudeBytes(d, hn::IfThenElseZero(stays, square)), byte, cells);
+  if (hn::AllTrue(d, stays)) return;
+  hn::StoreInterleaved2(hn::IfThenElseZero(stays, re), hn::IfThenElseZero(stays, im), d,
+                        &coefficients->re);
+}
+
+void CutPart(Complex* coefficients, std::ptrdiff_t count, double largestSquare,
+             std::uint8_t* cells) {
+  const hn::CappedTag<double, 8> d;
+  const hn::CappedTag<double, 1> single;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  std::ptrdiff_t i = 0;
+  for (; i + lanes <= count; i += lanes) CutLanes(d, largestSquare, coefficients + i, cells + i);
+  for (; i < count; ++i) CutLanes(single, largestSquare, coefficients + i, cells + i);
+}
+
+void CutSquares(Complex* coefficients, std::ptrdiff_t width, std::ptrdiff_t height,
+                double largestSquare, std::uint8_t* cells) {
+  const std::ptrdiff_t half = height / 2;
+  for (std::ptrdiff_t u = 0; u < width; ++u) {
+    Complex* run = coefficients + height * u;
+    std::uint8_t* row = cells + height * HalfShift(u, width);
+    CutPart(run, half, largestSquare, row + half);
+    CutPart(run + half, height - half, largestSquare, row);
+  }
+}
+
+}  // namespace rastelo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace rastelo {
+namespace {
+
+HWY_EXPORT(CutSquares);
+
+/// The largest square that `limit` lets stay, -1 for none. Roots and quotients never fall while
+/// their arguments rise, and neither do the bits of the doubles from 0 on: a search by halves.
+double LargestSquare(double limit) {
+  const auto stays = [&](std::uint64_t bits) {
+    return limit >= std::sqrt(std::bit_cast<double>(bits)) / 100.0;
+  };
+  if (!stays(0)) return -1.0;
+  std::uint64_t low = 0, above = std::bit_cast<std::uint64_t>(HUGE_VAL) + 1;
+  while (above - low > 1) {
+    const std::uint64_t middle = low + (above - low) / 2;
+    (stays(middle) ? low : above) = middle;
+  }
+  return std::bit_cast<double>(low);
+}
+
+}  // namespace
+
+void CutMagnitudes(Complex* coefficients, std::int32_t width, std::int32_t height, double limit,
+                   std::uint8_t* cells) {
+  if (width % 2 != 0 || height % 2 != 0)
+    std::fill_n(cells, std::ptrdiff_t{width} * height, std::uint8_t{0});
+  HWY_DYNAMIC_DISPATCH(CutSquares)(coefficients, width, height, LargestSquare(limit), cells);
+}
+
+}  // namespace rastelo
+
+#endif  // HWY_ONCE
