@@ -21,17 +21,8 @@ std::uint32_t BmpTableEntries(int bitCount, std::uint32_t coloursUsed) {
   }
 }
 
-namespace {
-
-/// What the header says, with all of it checked against the `size` bytes that there are.
-struct BmpLayout {
-  std::int32_t width, height;  // positive
-  bool topDown;
-  int bitCount;
-  std::size_t pixelOffset;
-};
-
-std::optional<BmpLayout> ReadLayout(std::span<const std::uint8_t> data) {
+std::optional<BmpLayout> ReadBmpLayout(std::span<const std::uint8_t> data,
+                                       std::uint64_t dataBytes) {
   if (data.size() < kBmpInfoHeaderBytes) return std::nullopt;
   const std::uint32_t headerBytes = Load32(&data[0]);
   const auto width = static_cast<std::int32_t>(Load32(&data[4]));
@@ -48,18 +39,16 @@ std::optional<BmpLayout> ReadLayout(std::span<const std::uint8_t> data) {
   const auto tableBytes = static_cast<std::uint16_t>(4 * entries);  // the size is kept in 16 bits
   const std::uint64_t offset = std::uint64_t{headerBytes} + tableBytes;
   const auto pixelBytes = static_cast<std::uint64_t>(Pitch(width, bitCount) * height);
-  if (offset + pixelBytes > data.size()) return std::nullopt;
+  if (offset + pixelBytes > dataBytes) return std::nullopt;
   return BmpLayout{width, height, signedHeight < 0, bitCount, static_cast<std::size_t>(offset)};
 }
-
-}  // namespace
 
 bool HasBmpMagic(std::span<const std::uint8_t, kBmpFileHeaderBytes> fileHeader) {
   return fileHeader[0] == 'B' && fileHeader[1] == 'M';
 }
 
 std::optional<PixelStore> DecodeBmp(std::span<const std::uint8_t> data) {
-  const std::optional<BmpLayout> layout = ReadLayout(data);
+  const std::optional<BmpLayout> layout = ReadBmpLayout(data, data.size());
   if (!layout) return std::nullopt;
   PixelStore store = PixelStore::ForOverwrite(layout->width, layout->height, layout->bitCount);
   std::memcpy(store.bits.get(), data.data() + layout->pixelOffset, store.Bytes());

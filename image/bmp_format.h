@@ -23,6 +23,18 @@ bool HasBmpMagic(std::span<const std::uint8_t, kBmpFileHeaderBytes> fileHeader);
 /// for 1, 4 and 8 bits; 0 for others.
 std::uint32_t BmpTableEntries(int bitCount, std::uint32_t coloursUsed);
 
+/// Where the pixels stand, and how.
+struct BmpLayout {
+  std::int32_t width, height;  // positive
+  bool topDown;                // the top row comes first
+  int bitCount;                // 8 or 24
+  std::size_t pixelOffset;     // from the info header on
+};
+
+/// Reads the info header at the start of `data`, of which there are `dataBytes` in all.
+/// @return nothing where DecodeBmp gives nothing.
+std::optional<BmpLayout> ReadBmpLayout(std::span<const std::uint8_t> data, std::uint64_t dataBytes);
+
 /// Decodes what stands behind the file header of a BMP file: info header, colour table, rows.
 /// The rows are taken from directly behind the colour table, wherever the file header points, and
 /// come out bottom-up. 8-bit pixels keep their bytes; the colour table is not applied.

@@ -8,6 +8,8 @@
 #include "image/key_colour.h"
 #include "image/little_endian.h"
 #include "image/missing_file_message.h"
+#include "image/pixel_store.h"
+#include "image/reverse_rows.h"
 #include "platform/file.h"
 #include "rastelo.h"
 
@@ -17,11 +19,35 @@ namespace {
 constexpr std::int64_t kMaxFileBytes = std::int64_t{INT32_MAX} + (1 << 20);
 constexpr std::size_t kKeptHeaderBytes = rastelo::kBmpInfoHeaderBytes + rastelo::kBmpGrayTableBytes;
 
-/// The first bytes behind the file header, filled up with 0.
-std::shared_ptr<unsigned char[]> CopyHeaderBlock(std::span<const std::uint8_t> data) {
-  auto block = std::make_shared<unsigned char[]>(kKeptHeaderBytes);
-  std::copy_n(data.begin(), std::min(data.size(), kKeptHeaderBytes), block.get());
-  return block;
+/// So much is read or written at once that it is still in the near cache when it is gone over.
+constexpr std::size_t kChunkBytes = std::size_t{1} << 18;
+
+/// Reads on and forgets what is read.
+bool Skip(rastelo::platform::File& file, std::size_t count) {
+  std::uint8_t forgotten[4096];
+  for (; count > sizeof forgotten; count -= sizeof forgotten)
+    if (!file.ReadAll(forgotten, sizeof forgotten)) return false;
+  return file.ReadAll(forgotten, count);
+}
+
+/// Fills a store from a file, of which the first bytes behind its file header are in `start`.
+bool ReadRows(rastelo::platform::File& file, std::span<const std::uint8_t> start,
+              std::size_t offset, const rastelo::PixelStore& store) {
+  const auto there = start.subspan(std::min(offset, start.size()));
+  if (there.empty() && !Skip(file, offset - start.size())) return false;
+  const std::size_t pitch = static_cast<std::size_t>(store.pitch);
+  const auto rowsAtOnce = static_cast<std::int32_t>(std::max<std::size_t>(kChunkBytes / pitch, 1));
+  std::size_t filled = std::min(there.size(), store.Bytes());
+  std::copy_n(there.begin(), filled, store.bits.get());
+  for (std::int32_t y = 0; y < store.height; y += rowsAtOnce) {
+    const std::int32_t count = std::min(rowsAtOnce, store.height - y);
+    const std::size_t end = pitch * static_cast<std::size_t>(y + count);
+    if (filled < end && !file.ReadAll(store.bits.get() + filled, end - filled)) return false;
+    filled = std::max(filled, end);
+    if (store.bitCount == 24)
+      rastelo::ReduceToKeyColour({store.Pixels().Row(y), store.width, count, store.pitch});
+  }
+  return true;
 }
 
 }  // namespace
@@ -45,38 +71,45 @@ int CRastelo::OpenBmpImg(const char* path) {
   if (!rastelo::HasBmpMagic(fileHeader)) return 0;
   if (size < std::int64_t{sizeof fileHeader} || size > kMaxFileBytes) return 0;
   const std::size_t dataBytes = static_cast<std::size_t>(size) - sizeof fileHeader;
-  const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(dataBytes);
-  if (!file.ReadAll(buffer.get(), dataBytes)) return 0;
-  const std::span<const std::uint8_t> data(buffer.get(), dataBytes);
-
-  const std::optional<rastelo::PixelStore> store = rastelo::DecodeBmp(data);
-  if (!store) return 0;
-  auto headerBlock = CopyHeaderBlock(data);
-  if (store->bitCount == 24) rastelo::ReduceToKeyColour(store->Pixels());
-  AdoptLoaded(*store, store->Clone());
+  auto headerBlock = std::make_shared<unsigned char[]>(kKeptHeaderBytes);  // filled up with 0
+  const std::span start(headerBlock.get(), std::min(dataBytes, kKeptHeaderBytes));
+  if (!file.ReadAll(start.data(), start.size())) return 0;
+  const auto layout = rastelo::ReadBmpLayout(start, dataBytes);
+  if (!layout) return 0;
+  const auto store =
+      rastelo::PixelStore::ForOverwrite(layout->width, layout->height, layout->bitCount);
+  if (!ReadRows(file, start, layout->pixelOffset, store)) return 0;
+  if (layout->topDown) rastelo::ReverseRows(store.Pixels());
+  AdoptLoaded(store, store.Clone());
   m_pBmpHeader = std::move(headerBlock);
   return 1;
 }
 
 int CRastelo::SaveAs_BMP(const char* path) {
   if (!HasImageToSave()) return 0;
-  // A copy of the rows with zeros behind their pixels.
-  const auto rows = rastelo::PixelStore::Zeroed(m_lWidth, m_lHeight, m_nBitCount);
+  // A few rows at a time, with zeros behind their pixels.
+  const auto rowsAtOnce = static_cast<LONG>(std::clamp<std::size_t>(
+      kChunkBytes / std::max<std::size_t>(std::size_t(m_lLineBytes), 1), 1, INT32_MAX));
+  const auto rows =
+      rastelo::PixelStore::Zeroed(m_lWidth, std::min(m_lHeight, rowsAtOnce), m_nBitCount);
   const std::size_t rowBytes = std::size_t(m_lWidth) * (m_nBitCount == 24 ? 3 : 1);
-  for (LONG y = 0; y < m_lHeight; ++y)
-    std::memcpy(rows.Pixels().Row(y), ConstPixels().Row(y), rowBytes);
 
   auto file = rastelo::platform::File::Create(path);
   if (!file) {
     rastelo::ShowMissingFileMessage();
     return 0;
   }
-  const auto fileHeader = rastelo::MakeBmpFileHeader(rows.Pixels(), m_nBitCount);
-  const auto infoHeader = rastelo::MakeBmpInfoHeader(rows.Pixels(), m_nBitCount);
+  const auto fileHeader = rastelo::MakeBmpFileHeader(ConstPixels(), m_nBitCount);
+  const auto infoHeader = rastelo::MakeBmpInfoHeader(ConstPixels(), m_nBitCount);
   const auto grayTable = rastelo::MakeBmpGrayTable();
   bool written = file.WriteAll(fileHeader.data(), fileHeader.size()) &&
                  file.WriteAll(infoHeader.data(), infoHeader.size());
   if (m_nBitCount == 8) written = written && file.WriteAll(grayTable.data(), grayTable.size());
-  written = written && file.WriteAll(rows.bits.get(), rows.Bytes());
+  for (LONG y = 0; written && y < m_lHeight; y += rows.height) {
+    const LONG count = std::min(rows.height, m_lHeight - y);
+    for (LONG i = 0; i < count; ++i)
+      std::memcpy(rows.Pixels().Row(i), ConstPixels().Row(y + i), rowBytes);
+    written = file.WriteAll(rows.bits.get(), std::size_t(rows.pitch) * std::size_t(count));
+  }
   return written && file.Close() ? 1 : 0;
 }

@@ -80,9 +80,9 @@ TEST(FileFaults, FailedReadsLeaveABmpOpenWithoutEffect) {
     FileFaults planned;
     int opened;
     std::size_t boxes;
-  } cases[] = {{{.read = 0}, 0, 0},         {{.read = 1}, 0, 0}, {{.endOfFile = 0}, 0, 0},
-               {{.endOfFile = 1}, 0, 0},    {{.kind = 0}, 0, 2}, {{.size = 0}, 0, 0},
-               {{.shortReads = true}, 1, 0}};
+  } cases[] = {{{.read = 0}, 0, 0},      {{.read = 1}, 0, 0},      {{.read = 2}, 0, 0},
+               {{.endOfFile = 0}, 0, 0}, {{.endOfFile = 1}, 0, 0}, {{.endOfFile = 2}, 0, 0},
+               {{.kind = 0}, 0, 2},      {{.size = 0}, 0, 0},      {{.shortReads = true}, 1, 0}};
   for (const auto& c : cases) {
     const HookRecorder hooks;
     CRastelo object = ObjectWith(Noise(4, 2));
