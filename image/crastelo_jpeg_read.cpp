@@ -42,7 +42,7 @@ int CRastelo::ReadJpg(const char* path) {
   ijlInit(&properties);
   properties.DIBBytes = m_pImgBits.get();
   properties.DIBWidth = m_lWidth;
-  properties.DIBHeight = m_lHeight;
+  properties.DIBHeight = -m_lHeight;  // bottom row first
   properties.DIBChannels = m_nBitCount / 8;
   properties.DIBPadBytes = m_lLineBytes - m_lWidth * properties.DIBChannels;
   properties.DIBColor = m_nBitCount == 8 ? IJL_G : IJL_BGR;
@@ -83,7 +83,6 @@ int CRastelo::OpenJpgImg(const char* path) {
     std::memset(store.bits.get(), 0, store.Bytes());
     return 0;
   }
-  ReverseBitsY(m_lWidth, m_lHeight, m_nBitCount, m_pImgBits.get());
   std::memcpy(copy.bits.get(), store.bits.get(), store.Bytes());
   AdoptLoaded(store, copy);
   return 1;

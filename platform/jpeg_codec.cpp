@@ -4,6 +4,7 @@
 
 #include <csetjmp>
 #include <cstdio>  // jpeglib.h does not include what it needs
+#include <cstdlib>
 
 #include <jpeglib.h>
 
@@ -124,15 +125,19 @@ class Decoder {
       if (!IsFor(properties)) ERREXIT(&codec_, JERR_BAD_IN_COLORSPACE);
       codec_.out_color_space = properties.DIBColor == IJL_G ? JCS_GRAYSCALE : JCS_EXT_BGR;
       jpeg_start_decompress(&codec_);
-      const std::size_t pitch =
-          std::size_t(properties.DIBWidth) * std::size_t(properties.DIBChannels) +
-          std::size_t(properties.DIBPadBytes);
+      std::ptrdiff_t pitch =
+          std::ptrdiff_t{properties.DIBWidth} * properties.DIBChannels + properties.DIBPadBytes;
+      unsigned char* top = properties.DIBBytes;
+      if (properties.DIBHeight < 0) {
+        top += pitch * (std::ptrdiff_t{codec_.output_height} - 1);
+        pitch = -pitch;
+      }
       while (codec_.output_scanline < codec_.output_height) {
         JSAMPROW rows[kRowsAtOnce];
         const JDIMENSION left = codec_.output_height - codec_.output_scanline;
         const JDIMENSION count = left < kRowsAtOnce ? left : kRowsAtOnce;
         for (JDIMENSION i = 0; i < count; ++i)
-          rows[i] = properties.DIBBytes + pitch * (codec_.output_scanline + i);
+          rows[i] = top + pitch * static_cast<std::ptrdiff_t>(codec_.output_scanline + i);
         jpeg_read_scanlines(&codec_, rows, count);
       }
       jpeg_finish_decompress(&codec_);
@@ -162,7 +167,7 @@ class Decoder {
 
   bool IsFor(const JPEG_CORE_PROPERTIES& properties) const {
     return properties.DIBBytes && properties.DIBWidth == static_cast<int>(codec_.image_width) &&
-           properties.DIBHeight == static_cast<int>(codec_.image_height) &&
+           std::abs(properties.DIBHeight) == static_cast<int>(codec_.image_height) &&
            properties.DIBPadBytes >= 0 && properties.DIBChannels == codec_.num_components &&
            ((properties.DIBChannels == 1 && properties.DIBColor == IJL_G) ||
             (properties.DIBChannels == 3 && properties.DIBColor == IJL_BGR));

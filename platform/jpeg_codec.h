@@ -38,8 +38,9 @@ IJLERR ijlInit(JPEG_CORE_PROPERTIES* properties);
 /// IJL_JFILE_READPARAMS fills `JPGWidth`, `JPGHeight` and `JPGChannels` from the header of
 /// `JPGFile`; a header that promises more than the file can hold is a failure.
 /// IJL_JFILE_READWHOLEIMAGE decodes the file into `DIBBytes`; size and channels must be the file's
-/// (1 or 3), `DIBColor` is IJL_G for one channel and IJL_BGR for three. Data that ends early or is
-/// damaged is a failure; stray bytes between markers are not. Never throws.
+/// (1 or 3), `DIBColor` is IJL_G for one channel and IJL_BGR for three. A negative height asks for
+/// rows that stand bottom row first. Data that ends early or is damaged is a failure; stray bytes
+/// between markers are not. Never throws.
 IJLERR ijlRead(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type);
 
 /// IJL_JFILE_WRITEWHOLEIMAGE encodes `DIBBytes`, three channels of IJL_RGB or IJL_BGR, to
