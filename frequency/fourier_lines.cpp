@@ -306,10 +306,11 @@ HWY_INLINE void Spread(const FourierLines& lines, std::ptrdiff_t lanes, std::ptr
   const int exponent = lines.exponent;
   for (std::ptrdiff_t v = 0; v < side; v += kTile) {
     const double* from[kTile];
-    for (int k = 0; k < kTile; ++k) from[k] = work + 2 * lanes * ReverseBits(v + k, exponent);
+    for (std::ptrdiff_t k = 0; k < kTile; ++k)
+      from[k] = work + 2 * lanes * ReverseBits(v + k, exponent);
     for (std::ptrdiff_t lane = 0; lane < lanes; ++lane) {
       double* to = &out[length * lane + v].re;
-      for (int k = 0; k < kTile; ++k) {
+      for (std::ptrdiff_t k = 0; k < kTile; ++k) {
         if constexpr (kPastCaches)
           hn::Stream(hn::Load(pair, from[k] + 2 * lane), pair, to + 2 * k);
         else
