@@ -37,6 +37,7 @@ CRastelo::FrequencyArrays CRastelo::TakeFrequencyArrays() const {
 
 std::shared_ptr<Complex[]> CRastelo::FrequencyFactors() const {
   if (HasFrequencies()) return m_pFreqFactors;
+  if (m_lWidth == 0 || m_lHeight == 0) return rastelo::MakeFourierFactors(0);
   return rastelo::MakeFourierFactors(rastelo::TransformExponent(std::max(m_lWidth, m_lHeight)));
 }
 

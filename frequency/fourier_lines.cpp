@@ -117,14 +117,36 @@ HWY_INLINE void Pass(D d, const FourierLines& lines, int exponent, std::ptrdiff_
     for (std::ptrdiff_t i = 0; i < step; ++i) Stages<kStages>(d, f, block, i, step, load, store);
 }
 
-/// The last pass, of `exponent` stages, at most three.
-template <class D, class Load, class Store>
-HWY_INLINE void LastPass(D d, const FourierLines& lines, int exponent, std::ptrdiff_t begin,
-                         std::ptrdiff_t end, const Load& load, const Store& store) {
-  if (exponent == 0) return Pass<0>(d, lines, 0, begin, end, load, store);
-  if (exponent == 1) return Pass<1>(d, lines, 1, begin, end, load, store);
-  if (exponent == 2) return Pass<2>(d, lines, 2, begin, end, load, store);
-  return Pass<3>(d, lines, 3, begin, end, load, store);
+/// Where passes keep what is between them.
+template <class D>
+struct FromWork {
+  double* work;
+  HWY_INLINE HWY_ATTR void operator()(D d, std::ptrdiff_t at, hn::Vec<D>& re,
+                                      hn::Vec<D>& im) const {
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    re = hn::Load(d, work + 2 * lanes * at);
+    im = hn::Load(d, work + 2 * lanes * at + lanes);
+  }
+};
+template <class D>
+struct ToWork {
+  double* work;
+  HWY_INLINE HWY_ATTR void operator()(D d, std::ptrdiff_t at, hn::Vec<D> re, hn::Vec<D> im) const {
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    hn::Store(re, d, work + 2 * lanes * at);
+    hn::Store(im, d, work + 2 * lanes * at + lanes);
+  }
+};
+
+/// The stages that take blocks of 2^exponent elements to blocks of 2^last, within `work`.
+template <class D>
+HWY_NOINLINE HWY_ATTR void WorkPasses(D d, const FourierLines& lines, int exponent, int last,
+                                      std::ptrdiff_t begin, std::ptrdiff_t end) {
+  const FromWork<D> load{lines.work.get()};
+  const ToWork<D> store{lines.work.get()};
+  for (; exponent - last >= 3; exponent -= 3) Pass<3>(d, lines, exponent, begin, end, load, store);
+  if (exponent - last == 2) Pass<2>(d, lines, exponent, begin, end, load, store);
+  if (exponent - last == 1) Pass<1>(d, lines, exponent, begin, end, load, store);
 }
 
 /// All stages, from `load` to `store`, where the elements come in reversed order of their places'
@@ -133,24 +155,18 @@ HWY_INLINE void LastPass(D d, const FourierLines& lines, int exponent, std::ptrd
 template <class D, class Load, class Store>
 HWY_INLINE void TransformLanes(D d, const FourierLines& lines, const Load& load,
                                const Store& store) {
-  using V = hn::Vec<D>;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-  double* work = lines.work.get();
-  const auto fromWork = [=](D, std::ptrdiff_t at, V& re, V& im) HWY_ATTR {
-    re = hn::Load(d, work + 2 * lanes * at);
-    im = hn::Load(d, work + 2 * lanes * at + lanes);
-  };
-  const auto toWork = [=](D, std::ptrdiff_t at, V re, V im) HWY_ATTR {
-    hn::Store(re, d, work + 2 * lanes * at);
-    hn::Store(im, d, work + 2 * lanes * at + lanes);
-  };
-  if (lines.exponent <= 3) return LastPass(d, lines, lines.exponent, 0, lines.side, load, store);
+  const FromWork<D> fromWork{lines.work.get()};
+  const ToWork<D> toWork{lines.work.get()};
+  if (lines.exponent < 6) {
+    Pass<0>(d, lines, 0, 0, lines.side, load, toWork);
+    WorkPasses(d, lines, lines.exponent, 0, 0, lines.side);
+    return Pass<0>(d, lines, 0, 0, lines.side, fromWork, store);
+  }
   Pass<3>(d, lines, lines.exponent, 0, lines.side, load, toWork);
   const std::ptrdiff_t eighth = lines.side / 8;
   for (std::ptrdiff_t begin = 0; begin < lines.side; begin += eighth) {
-    int left = lines.exponent - 3;
-    for (; left > 3; left -= 3) Pass<3>(d, lines, left, begin, begin + eighth, fromWork, toWork);
-    LastPass(d, lines, left, begin, begin + eighth, fromWork, store);
+    WorkPasses(d, lines, lines.exponent - 3, 3, begin, begin + eighth);
+    Pass<3>(d, lines, 3, begin, begin + eighth, fromWork, store);
   }
 }
 
