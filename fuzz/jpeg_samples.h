@@ -66,7 +66,7 @@ inline std::vector<std::uint8_t> DecodeJpeg(const std::vector<std::uint8_t>& fil
   jpeg_error_mgr errors;
   codec.err = jpeg_std_error(&errors);
   jpeg_create_decompress(&codec);
-  jpeg_mem_src(&codec, file.data(), file.size());
+  jpeg_mem_src(&codec, file.data(), static_cast<unsigned long>(file.size()));
   jpeg_read_header(&codec, TRUE);
   if (codec.num_components == 3) codec.out_color_space = JCS_EXT_BGR;
   jpeg_start_decompress(&codec);

@@ -23,6 +23,14 @@ require() {
   fi
 }
 
+# debian_archive: where this machine has its Debian packages from, and its release.
+debian_archive() {
+  local release
+  release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+  apt-get indextargets --format '$(REPO_URI) $(CODENAME)' \
+    'Created-By: Packages' 'Origin: Debian' "Codename: $release" 'Component: main' | head -n 1
+}
+
 build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev)
 
 # build PRESET: configures once, then builds what has changed.
