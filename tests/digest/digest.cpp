@@ -21,6 +21,7 @@
 #include "platform/device_context.h"
 #include "rastelo.h"
 #include "segment/graph_cut.h"
+#include "tests/test_device.h"
 
 /// What the digest sees of an object's inside. CRastelo has it as a friend.
 struct rastelo::ObjectProbe {
@@ -172,12 +173,12 @@ void SaveAndOpen(CRastelo& image, Digest& digest) {
 }
 
 void Draw(CRastelo& image, Digest& digest) {
-  rastelo::MemoryDeviceContext device(90, 75);
+  TestDevice device(90, 75);
   for (const int mode : {BLACKONWHITE, WHITEONBLACK, COLORONCOLOR}) {
     RECT left = {-5, 3, 41, 60}, right = {41, 10, 88, 70};
-    rastelo::platform::SetStretchBltMode(&device, mode);
-    image.DrawImage(&device, &left, mode, 3 - mode, nullptr);
-    image.DrawImage(&device, &right, true);
+    rastelo::platform::SetStretchBltMode(device.Handle(), mode);
+    image.DrawImage(device.Handle(), &left, mode, 3 - mode, nullptr);
+    image.DrawImage(device.Handle(), &right, true);
     for (int i = 0; i < 90 * 75; ++i) digest.Add(device.Surface() + 4 * i, 3);
   }
 }
