@@ -15,7 +15,7 @@ fused() {
 }
 
 echo 'double Fuse(double a, double b, double c) { return a * b + c; }' >"$work/fused.cpp"
-case $("$compiler" -dumpmachine) in x86_64* | i?86*) enable=-mfma ;; *) enable=-O2 ;; esac
+case $("$compiler" -dumpmachine) in x86_64* | i?86*) enable="-mfma -mfpmath=sse" ;; *) enable=-O2 ;; esac
 "$compiler" -O2 -ffp-contract=fast $enable -c "$work/fused.cpp" -o "$work/fused.o"
 [ -n "$(fused "$work/fused.o")" ] || { echo "FAILED: a fused operation is not noticed" && exit 1; }
 
