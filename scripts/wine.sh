@@ -1,0 +1,44 @@
+# How programs for Windows run here. Sourced, from the project's top folder, behind common.sh.
+
+root=$PWD/build/wine/i386 # a Debian of 32 bits, where this one has no Wine for them
+mkdir -p build/wine out
+export WINEDEBUG=-all
+unset DISPLAY
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo -n "$@"; fi; }
+
+has_wine32() { dpkg --print-foreign-architectures | grep -qx i386 && (require wine wine32:i386) >&2; }
+
+# Makes the root, once.
+has_root32() {
+  (require debootstrap) >&2 || return 1
+  [ ! -e "$root/made" ] || return 0
+  echo "Making $root" >&2
+  as_root rm -rf "$root"
+  local archive release
+  read -r archive release < <(debian_archive)
+  as_root debootstrap --arch=i386 --variant=minbase --include=wine32,wine \
+    "$release" "$root" "$archive" >out/debootstrap.log 2>&1 && as_root mkdir -p "$root/$PWD" && as_root touch "$root/made"
+}
+
+run_plain() { WINEPREFIX=$prefix wine "$@"; }
+# In the root, with this folder at its own place and a /proc, both gone when the program ends.
+# shellcheck disable=SC2016
+run_in_root() {
+  as_root unshare --mount sh -c 'root=$0 folder=$1 prefix=$2 && shift 2 &&
+    mount -t proc proc "$root/proc" && mount --bind "$folder" "$root/$folder" &&
+    exec chroot "$root" env -C "$folder" WINEDEBUG=-all "WINEPREFIX=$prefix" wine "$@"' \
+    "$root" "$PWD" "$prefix" "$@"
+}
+
+# find_wine SYSTEM: says in $run how programs of the system run, x64 or x86; fails if they cannot.
+find_wine() {
+  prefix=$PWD/build/wine/$1
+  if [ "$1" = x64 ]; then
+    (require wine wine64) >&2 && run=run_plain
+  elif has_wine32; then
+    run=run_plain
+  else
+    has_root32 && run=run_in_root
+  fi
+}
