@@ -47,8 +47,7 @@ fetch_source() {
   require dpkg-dev=dpkg-source
   mkdir -p "$cross"/apt/{lists/partial,archives/partial} "$cross/source"
   echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \
-    "http://deb.debian.org/debian $(. /etc/os-release && echo "$VERSION_CODENAME") main" \
-    >"$cross/apt/sources.list"
+    "$(debian_archive) main" >"$cross/apt/sources.list"
   apt=(apt-get -q -o "Dir::Etc::SourceList=$cross/apt/sources.list" -o Dir::Etc::SourceParts=-
     -o "Dir::State::Lists=$cross/apt/lists" -o "Dir::Cache=$cross/apt" -o APT::Sandbox::User=root)
   rm -rf "$cross/fetch"
@@ -75,7 +74,8 @@ cross_dependency() {
 
 # cross_libraries SYSTEM: has what the library needs on a system.
 cross_libraries() {
-  cross_dependency libjpeg-turbo "$1" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DWITH_SIMD=OFF
+  require cmake=cmake ninja-build=ninja nasm=nasm
+  cross_dependency libjpeg-turbo "$1" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DREQUIRE_SIMD=ON
   cross_dependency highway "$1" -DBUILD_TESTING=OFF -DHWY_ENABLE_TESTS=OFF \
     -DHWY_ENABLE_EXAMPLES=OFF -DHWY_ENABLE_CONTRIB=OFF
 }
