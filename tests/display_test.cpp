@@ -4,8 +4,10 @@
 #include <climits>
 
 #include "platform/device_context.h"
+#include "platform/portable/surface_rows.h"
 #include "rastelo_device.h"
 #include "tests/allocations.h"
+#include "tests/kernel_check.h"
 #include "tests/object_probe.h"
 #include "tests/test_device.h"
 
@@ -169,6 +171,21 @@ TEST(BuildBitmapInfo, HoldsAGrayRamp) {
   for (std::size_t i = 0; i < 4 * 256; ++i)
     if (i % 4 < 3) expected[40 + i] = static_cast<unsigned char>(i / 4);
   EXPECT_EQ(std::vector<unsigned char>(record, record + 1064), expected);
+}
+
+TEST(WidenPixels, PutsAZeroBehindEachOnEveryTarget) {
+  ExpectSameTarget(
+      3, [](const TestPicture& bgr) { return bgr.Blank(bgr.width, bgr.height, 4); },
+      [](auto bgr, auto surface) {
+        for (std::int32_t y = 0; y < bgr.height; ++y)
+          rastelo::WidenPixels(bgr.Row(y), bgr.width, surface.Row(y));
+      },
+      [](auto bgr, auto surface) {
+        for (std::int32_t y = 0; y < bgr.height; ++y)
+          for (std::int32_t i = 0; i < 4 * bgr.width; ++i)
+            surface.Row(y)[i] =
+                i % 4 == 3 ? std::uint8_t{0} : bgr.Row(y)[std::ptrdiff_t{3} * (i / 4) + i % 4];
+      });
 }
 
 }  // namespace

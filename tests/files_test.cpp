@@ -150,19 +150,21 @@ TEST_P(BmpFile, OpensToItsPixelsOrLeavesTheObjectAlone) {
 }
 
 TEST(KeyColourPass, IsThePlainOneOnEveryTarget) {
-  const auto withKeys = [](rastelo::ImageView bgr, auto pass) {
-    for (std::int32_t y = 0; y < bgr.height; ++y) {
-      for (std::int32_t x = y; x < bgr.width; x += 3) {
-        std::uint8_t* pixel = bgr.Row(y) + std::ptrdiff_t{3} * x;
-        pixel[0] = pixel[2] = 255;
-        pixel[1] = x % 2 == 0 ? 0 : pixel[1];
+  for (const std::int32_t distance : {1, 3, 97}) {
+    const auto withKeys = [=](rastelo::ImageView bgr, auto pass) {
+      for (std::int32_t y = 0; y < bgr.height; ++y) {
+        for (std::int32_t x = y; x < bgr.width; x += distance) {
+          std::uint8_t* pixel = bgr.Row(y) + std::ptrdiff_t{3} * x;
+          pixel[0] = pixel[2] = 255;
+          pixel[1] = distance == 1 || x % 2 == 0 ? 0 : pixel[1];
+        }
       }
-    }
-    pass(bgr);
-  };
-  ExpectSameInPlace(
-      3, [&](auto bgr) { withKeys(bgr, rastelo::ReduceToKeyColour); },
-      [&](auto bgr) { withKeys(bgr, plain::ReduceToKeyColour); });
+      pass(bgr);
+    };
+    ExpectSameInPlace(
+        3, [&](auto bgr) { withKeys(bgr, rastelo::ReduceToKeyColour); },
+        [&](auto bgr) { withKeys(bgr, plain::ReduceToKeyColour); });
+  }
 }
 
 TEST(Bmp, CountsColourTableEntries) {

@@ -6,7 +6,7 @@
 
 namespace rastelo {
 
-/// Writes `count` pixels of 4 bytes, blue, green, red and one of no meaning, from as many of 3.
+/// Writes `count` pixels of 4 bytes, blue, green, red and 0, from as many of 3.
 void WidenPixels(const std::uint8_t* bgr, std::ptrdiff_t count, std::uint8_t* surface);
 
 }  // namespace rastelo
