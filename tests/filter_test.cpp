@@ -42,6 +42,12 @@ LiteralImage Plainly(LiteralImage image, auto apply) {
   return image;
 }
 
+TEST(PixelFilters, RootsInSinglePrecisionHaveTheWholePartsOfExactOnes) {
+  for (int square = 0; square <= UINT16_MAX; ++square)
+    ASSERT_EQ(std::lrint(std::sqrt(static_cast<float>(square)) - 0.499F),
+              static_cast<int>(std::sqrt(static_cast<double>(square))));
+}
+
 TEST(PixelFilters, ReadWhatTheyHaveWritten) {
   const auto sobel = [](auto& o) { o.Img_Sobel(); };
   const std::vector<std::uint8_t> dark(5, 0), lit(5, 10);
