@@ -35,7 +35,7 @@ bool ReadRows(rastelo::platform::File& file, std::span<const std::uint8_t> start
               std::size_t offset, const rastelo::PixelStore& store) {
   const auto there = start.subspan(std::min(offset, start.size()));
   if (there.empty() && !Skip(file, offset - start.size())) return false;
-  const std::size_t pitch = static_cast<std::size_t>(store.pitch);
+  const auto pitch = static_cast<std::size_t>(store.pitch);
   const auto rowsAtOnce = static_cast<std::int32_t>(std::max<std::size_t>(kChunkBytes / pitch, 1));
   std::size_t filled = std::min(there.size(), store.Bytes());
   std::copy_n(there.begin(), filled, store.bits.get());
