@@ -9,6 +9,8 @@
 // Behind foreach_target.h.
 #include <hwy/highway.h>
 
+#include "image/transpose-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
@@ -16,21 +18,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Bytes = hn::FixedTag<std::uint8_t, 16>;
 
-/// Transposes 16 x 16 bytes; rows are `fromPitch` and `toPitch` bytes apart.
 void TransposeBytes(const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
                     std::ptrdiff_t toPitch) {
-  const Bytes d;
-  hn::Vec<Bytes> rows[16], mixed[16];
-  for (int i = 0; i < 16; ++i) rows[i] = hn::Load(d, from + i * fromPitch);
-  // Each pass doubles the run of bytes of one column; after four, a vector is a column.
-  for (int pass = 0; pass < 4; ++pass) {
-    for (std::size_t i = 0; i < 8; ++i) {
-      mixed[2 * i] = hn::InterleaveLower(d, rows[i], rows[i + 8]);
-      mixed[2 * i + 1] = hn::InterleaveUpper(d, rows[i], rows[i + 8]);
-    }
-    std::copy_n(mixed, 16, rows);
-  }
-  for (int i = 0; i < 16; ++i) hn::Store(rows[i], d, to + i * toPitch);
+  Transpose16(Bytes(), from, fromPitch, to, toPitch);
 }
 
 /// Transposes 4 x 4 pixels of 3 bytes. Reads 4 bytes behind each row, and writes as many.
