@@ -35,7 +35,7 @@ build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy
 
 # build PRESET: configures once, then builds what has changed.
 build() {
-  [ -f "build/$1/build.ninja" ] || cmake --preset "$1" >&2
+  [ "build/$1/build.ninja" -nt CMakePresets.json ] || cmake --preset "$1" >&2
   cmake --build --preset "$1" >&2
 }
 
