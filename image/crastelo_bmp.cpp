@@ -80,7 +80,7 @@ int CRastelo::OpenBmpImg(const char* path) {
       rastelo::PixelStore::ForOverwrite(layout->width, layout->height, layout->bitCount);
   if (!ReadRows(file, start, layout->pixelOffset, store)) return 0;
   if (layout->topDown) rastelo::ReverseRows(store.Pixels());
-  AdoptLoaded(store, store.Clone());
+  AdoptLoaded(store, RoomForCopy(store));
   m_pBmpHeader = std::move(headerBlock);
   return 1;
 }

@@ -68,7 +68,7 @@ int CRastelo::OpenJpgImg(const char* path) {
     return 0;
   }
   const auto store = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
-  const auto copy = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
+  const auto copy = RoomForCopy(store);
   const rastelo::PixelStore before{m_pImgBits, m_lWidth, m_lHeight, m_lLineBytes, m_nBitCount};
   Adopt(store);
   int decoded = 0;
@@ -83,7 +83,6 @@ int CRastelo::OpenJpgImg(const char* path) {
     std::memset(store.bits.get(), 0, store.Bytes());
     return 0;
   }
-  std::memcpy(copy.bits.get(), store.bits.get(), store.Bytes());
   AdoptLoaded(store, copy);
   return 1;
 }

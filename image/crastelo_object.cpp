@@ -41,7 +41,7 @@ void CRastelo::SetExternalImageBits(const unsigned char* bits, LONG width, LONG 
   if (!bits || !rastelo::FitsBuffer(width, height, bitCount)) return;
   const auto store = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
   std::memcpy(store.bits.get(), bits, store.Bytes());
-  AdoptLoaded(store, store.Clone());
+  AdoptLoaded(store, RoomForCopy(store));
 }
 
 int CRastelo::Close() {
@@ -89,9 +89,22 @@ void CRastelo::Adopt(const rastelo::PixelStore& store) noexcept {
   m_nBitCount = store.bitCount;
 }
 
-/// The end of every successful open: the pixels that came in, and the copy that stays as it is.
+/// Where the copy of pixels that come in can stay: the place of the last copy if that has their
+/// size and no other object shares it, since new memory costs as much as a good part of decoding.
+rastelo::PixelStore CRastelo::RoomForCopy(const rastelo::PixelStore& store) const {
+  if (m_pOrgBits.use_count() != 1 || m_lOrgWidth != store.width || m_lOrgHeight != store.height ||
+      m_nOrgBitCount != store.bitCount)
+    return rastelo::PixelStore::ForOverwrite(store.width, store.height, store.bitCount);
+  rastelo::PixelStore room = store;
+  room.bits = m_pOrgBits;
+  return room;
+}
+
+/// The end of every successful open: the pixels that came in, and the copy that stays as it is,
+/// which is made now in the room for it.
 void CRastelo::AdoptLoaded(const rastelo::PixelStore& store,
                            const rastelo::PixelStore& copy) noexcept {
+  std::memcpy(copy.bits.get(), store.bits.get(), store.Bytes());
   Adopt(store);
   m_pOrgBits = copy.bits;
   m_lOrgWidth = copy.width;

@@ -337,6 +337,7 @@ class RASTELO_API CRastelo {
   int ZoomTo(LONG width, LONG height);
   void KeepFileName(const char* path) noexcept;
   void Adopt(const rastelo::PixelStore& store) noexcept;
+  rastelo::PixelStore RoomForCopy(const rastelo::PixelStore& store) const;
   void AdoptLoaded(const rastelo::PixelStore& store, const rastelo::PixelStore& copy) noexcept;
   struct FrequencyArrays;
   FrequencyArrays TakeFrequencyArrays() const;

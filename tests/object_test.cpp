@@ -136,6 +136,8 @@ TEST(Object, CopiesShareTheirPixelsUntilOneTakesOthers) {
   EXPECT_EQ(ImageOf(third), ImageOf(*first));
   EXPECT_NE(ImageOf(third), image);
   second.RotateImage_Dir(1);
+  CRastelo fourth(*first);
+  fourth.SetExternalImageBits(std::vector<std::uint8_t>(image.bytes.size(), 7).data(), 5, 4, 8);
   first->Close();
   EXPECT_EQ(third.GetWidth(), 5);
   first.reset();
