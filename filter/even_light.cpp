@@ -15,52 +15,146 @@
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
-constexpr std::size_t kStrip = 256;  // columns whose sums stay in the near cache
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using Words = hn::Repartition<std::uint16_t, Bytes>;
+using Pairs = hn::Repartition<std::uint32_t, Bytes>;
+
+constexpr std::size_t kStrip = 512;  // columns whose sums stay in the near cache
+
+std::size_t Lanes() { return hn::Lanes(Bytes()); }
+
+hn::Vec<Words> Even(hn::Vec<Bytes> bytes) {
+  return hn::And(hn::BitCast(Words(), bytes), hn::Set(Words(), 0xFF));
+}
+hn::Vec<Words> Odd(hn::Vec<Bytes> bytes) { return hn::ShiftRight<8>(hn::BitCast(Words(), bytes)); }
+hn::Vec<Pairs> Even(hn::Vec<Words> words) {
+  return hn::And(hn::BitCast(Pairs(), words), hn::Set(Pairs(), 0xFFFF));
+}
+hn::Vec<Pairs> Odd(hn::Vec<Words> words) { return hn::ShiftRight<16>(hn::BitCast(Pairs(), words)); }
+
+auto IsAtMost(hn::Vec<Bytes> levels, std::uint8_t limit) {
+  return hn::Eq(hn::Min(levels, hn::Set(Bytes(), limit)), levels);
+}
+
+/// A number for each column of a strip, every kStep-th column side by side.
+template <class T, std::size_t kStep>
+struct ColumnNumbers {
+  HWY_ALIGN T of[kStep][kStrip / kStep] = {};
+  T& At(std::size_t column) { return of[column % kStep][column / kStep]; }
+};
+
+struct StripSums : ColumnNumbers<std::uint32_t, 4> {
+  void AddPairs(std::size_t column, std::size_t first, hn::Vec<Pairs> sums) {
+    std::uint32_t* at = &of[first][column / 4];
+    hn::Store(hn::Add(hn::Load(Pairs(), at), sums), Pairs(), at);
+  }
+  void AddWords(std::size_t column, std::size_t first, hn::Vec<Words> sums) {
+    AddPairs(column, first, Even(sums));
+    AddPairs(column, first + 2, Odd(sums));
+  }
+};
+
+/// Adds a few rows, so few that words hold their sums of levels, to the sums of `count` columns.
+void SumRows(ConstImageView rows, std::int32_t x, std::size_t count, std::uint8_t brightest,
+             StripSums& counts, StripSums& levels, StripSums& squares) {
+  const Bytes d;
+  std::size_t i = 0;
+  for (; i + Lanes() <= count; i += Lanes()) {
+    auto parts = hn::Zero(d);
+    auto evens = hn::Zero(Words()), odds = evens;
+    auto squares0 = hn::Zero(Pairs()), squares1 = squares0, squares2 = squares0,
+         squares3 = squares0;
+    for (std::int32_t y = 0; y < rows.height; ++y) {
+      const auto all = hn::LoadU(d, rows.Row(y) + x + i);
+      const auto part = hn::VecFromMask(d, IsAtMost(all, brightest));
+      const auto level = hn::And(part, all);
+      const auto even = Even(level), odd = Odd(level);
+      const auto evenSquare = hn::Mul(even, even), oddSquare = hn::Mul(odd, odd);
+      parts = hn::Sub(parts, part);
+      evens = hn::Add(evens, even);
+      odds = hn::Add(odds, odd);
+      squares0 = hn::Add(squares0, Even(evenSquare));
+      squares1 = hn::Add(squares1, Even(oddSquare));
+      squares2 = hn::Add(squares2, Odd(evenSquare));
+      squares3 = hn::Add(squares3, Odd(oddSquare));
+    }
+    counts.AddWords(i, 0, Even(parts));
+    counts.AddWords(i, 1, Odd(parts));
+    levels.AddWords(i, 0, evens);
+    levels.AddWords(i, 1, odds);
+    squares.AddPairs(i, 0, squares0);
+    squares.AddPairs(i, 1, squares1);
+    squares.AddPairs(i, 2, squares2);
+    squares.AddPairs(i, 3, squares3);
+  }
+  for (; i < count; ++i) {
+    for (std::int32_t y = 0; y < rows.height; ++y) {
+      const std::uint32_t level = rows.Row(y)[static_cast<std::size_t>(x) + i];
+      if (level > brightest) continue;
+      counts.At(i) += 1;
+      levels.At(i) += level;
+      squares.At(i) += level * level;
+    }
+  }
+}
 
 /// Adds up a strip of columns, in 32 bits as long as the squares of 2^16 rows fit.
 void SumStrip(ConstImageView gray, std::int32_t x, int limit, std::span<ColumnLight> columns) {
-  constexpr std::int32_t kRows = 65536;
-  const auto brightest = static_cast<std::uint32_t>(std::min(limit, 255));
+  constexpr std::int32_t kRows = 65536, kRowsAtOnce = 32;
+  const auto brightest = static_cast<std::uint8_t>(std::min(limit, 255));
   for (std::int32_t bottom = 0; bottom < gray.height;
        bottom += std::min(kRows, gray.height - bottom)) {
-    std::uint32_t counts[kStrip] = {}, sums[kStrip] = {}, squares[kStrip] = {};
-    for (std::int32_t y = bottom; y < gray.height && y - bottom < kRows; ++y) {
-      const std::uint8_t* row = gray.Row(y) + x;
-      for (std::size_t i = 0; i < columns.size(); ++i) {
-        const std::uint32_t level = row[i], part = level <= brightest ? 1 : 0;
-        counts[i] += part;
-        sums[i] += part * level;
-        squares[i] += part * level * level;
-      }
-    }
+    const std::int32_t end = bottom + std::min(kRows, gray.height - bottom);
+    StripSums counts, levels, squares;
+    for (std::int32_t y = bottom; y < end; y += kRowsAtOnce)
+      SumRows({gray.Row(y), gray.width, std::min(kRowsAtOnce, end - y), gray.pitch}, x,
+              columns.size(), brightest, counts, levels, squares);
     for (std::size_t i = 0; i < columns.size(); ++i) {
-      columns[i].count += counts[i];
-      columns[i].sum += sums[i];
-      columns[i].squares += squares[i];
+      columns[i].count += counts.At(i);
+      columns[i].sum += levels.At(i);
+      columns[i].squares += squares.At(i);
     }
   }
 }
 
 /// Lifts a strip of columns. From 255 on a gain makes no difference, and so 16 bits hold all.
-bool LiftStrip(ImageView gray, std::int32_t x, int brightest,
+bool LiftStrip(ImageView gray, std::int32_t x, std::uint8_t brightest,
                std::span<const ColumnLight> columns) {
-  std::uint16_t gains[kStrip] = {}, offsets[kStrip] = {};
+  const Bytes d;
+  const Words words;
+  ColumnNumbers<std::uint16_t, 2> gains, offsets;
   for (std::size_t i = 0; i < columns.size(); ++i) {
-    gains[i] = static_cast<std::uint16_t>(std::min<std::int64_t>(columns[i].gain, 255));
-    offsets[i] = static_cast<std::uint16_t>(columns[i].offset);
+    gains.At(i) = static_cast<std::uint16_t>(std::min<std::int64_t>(columns[i].gain, 255));
+    offsets.At(i) = static_cast<std::uint16_t>(columns[i].offset);
   }
-  std::uint8_t changed = 0;
+  const auto lift = [&](auto level, std::size_t column) {
+    const auto gain = hn::Load(words, &gains.of[column % 2][column / 2]);
+    const auto offset = hn::Load(words, &offsets.of[column % 2][column / 2]);
+    return hn::Min(hn::Add(hn::Mul(level, gain), offset), hn::Set(words, 255));
+  };
+  auto changes = hn::Zero(d);
+  std::uint8_t change = 0;
   for (std::int32_t y = 0; y < gray.height; ++y) {
     std::uint8_t* row = gray.Row(y) + x;
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      const std::uint16_t before = row[i];
-      const auto lifted = static_cast<std::uint16_t>(before * gains[i] + offsets[i]);
-      const std::uint16_t after = before > brightest ? before : lifted > 255 ? 255 : lifted;
-      changed |= static_cast<std::uint8_t>(before ^ after);
+    std::size_t i = 0;
+    for (; i + Lanes() <= columns.size(); i += Lanes()) {
+      const auto before = hn::LoadU(d, row + i);
+      const auto lifted = hn::Or(lift(Even(before), i), hn::ShiftLeft<8>(lift(Odd(before), i + 1)));
+      const auto after =
+          hn::IfThenElse(IsAtMost(before, brightest), hn::BitCast(d, lifted), before);
+      changes = hn::Or(changes, hn::Xor(before, after));
+      hn::StoreU(after, d, row + i);
+    }
+    for (; i < columns.size(); ++i) {
+      const int before = row[i], lifted = std::min(before * gains.At(i) + offsets.At(i), 255);
+      const int after = before > brightest ? before : lifted;
+      change |= static_cast<std::uint8_t>(before ^ after);
       row[i] = static_cast<std::uint8_t>(after);
     }
   }
-  return changed != 0;
+  return change != 0 || !hn::AllTrue(d, changes == hn::Zero(d));
 }
 
 void SumColumns(ConstImageView gray, int limit, std::span<ColumnLight> columns) {
@@ -69,7 +163,7 @@ void SumColumns(ConstImageView gray, int limit, std::span<ColumnLight> columns) 
              columns.subspan(x, std::min(kStrip, columns.size() - x)));
 }
 
-bool ApplyLift(ImageView gray, int brightest, std::span<const ColumnLight> columns) {
+bool ApplyLift(ImageView gray, std::uint8_t brightest, std::span<const ColumnLight> columns) {
   bool changed = false;
   for (std::size_t x = 0; x < columns.size(); x += kStrip)
     changed |= LiftStrip(gray, static_cast<std::int32_t>(x), brightest,
@@ -85,7 +179,7 @@ HWY_AFTER_NAMESPACE();
 namespace rastelo {
 namespace {
 
-constexpr int kBrightestChanged = 240;
+constexpr std::uint8_t kBrightestChanged = 240;
 
 /// The entry in the middle of the sorted means; of an even number, the upper one.
 int FindMedian(std::span<const ColumnLight> columns) {
