@@ -7,7 +7,7 @@ namespace rastelo {
 
 /// trunc((green * 0.587 + blue * 0.114) + red * 0.299), in double precision, each product and each
 /// sum rounded once. The weights are the luma weights of ITU-R BT.601 (1982).
-inline std::uint8_t GrayLevel(std::uint8_t blue, std::uint8_t green, std::uint8_t red) {
+constexpr std::uint8_t GrayLevel(std::uint8_t blue, std::uint8_t green, std::uint8_t red) {
   const double sum = green * 0.587 + blue * 0.114;
   return static_cast<std::uint8_t>(sum + red * 0.299);
 }
