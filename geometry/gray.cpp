@@ -26,9 +26,10 @@ using Word = hn::Vec<Words>;
 constexpr std::ptrdiff_t kAhead = 8192;
 
 /// The compiler would take products by constants apart into more work, and so these are none.
-struct {
-  volatile std::uint16_t blue = 14, green = 73, red = 37, thousandth = 33555, thousand = 125;
-} factors;
+struct Factors {
+  std::uint16_t blue = 14, green = 73, red = 37, thousandth = 33555, thousand = 125;
+};
+const volatile Factors kFactors;
 
 /// Works out S / 1000, S being 587 * green + 114 * blue + 299 * red.
 struct Divider {
@@ -97,9 +98,9 @@ void StoreSettled(hn::Vec<Bytes> blue, hn::Vec<Bytes> green, hn::Vec<Bytes> red,
 void BgrToGray(ConstImageView bgr, ImageView gray) {
   const Bytes d;
   const Words words;
-  const Divider divide = {hn::Set(words, factors.blue), hn::Set(words, factors.green),
-                          hn::Set(words, factors.red), hn::Set(words, factors.thousandth),
-                          hn::Set(words, factors.thousand)};
+  const Divider divide = {hn::Set(words, kFactors.blue), hn::Set(words, kFactors.green),
+                          hn::Set(words, kFactors.red), hn::Set(words, kFactors.thousandth),
+                          hn::Set(words, kFactors.thousand)};
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
   const auto low = hn::Set(words, 0xFF);
   const auto even = [&](auto v) { return hn::And(hn::BitCast(words, v), low); };
