@@ -3,6 +3,7 @@
 #include <hwy/cache_control.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace rastelo {
 namespace {
@@ -11,19 +12,26 @@ namespace {
 constexpr std::ptrdiff_t kAhead = 2048;
 
 /// Counts the levels of bytes that take turns between `kPlanes` planes. Neighbouring bytes count
-/// into tables of their own: an equal neighbour would wait for the last count to be stored.
+/// into tables of their own: an equal neighbour would wait for the last count to be stored. Blocks
+/// of one colour, as margins of scanned pages are full of, count at once.
 template <std::size_t kPlanes, std::size_t kTables>
 std::array<Histogram, kPlanes> CountBytes(ConstImageView image) {
-  static_assert(kTables % kPlanes == 0);
+  constexpr std::size_t kBlock = 48;
+  static_assert(kTables % kPlanes == 0 && kBlock % kTables == 0);
   std::array<std::array<std::uint32_t, 256>, kTables> tables{};
   for (std::int32_t y = 0; y < image.height; ++y) {
     const std::uint8_t* byte = image.Row(y);
     auto left = static_cast<std::ptrdiff_t>(kPlanes) * image.width;
-    for (; left >= static_cast<std::ptrdiff_t>(kTables); left -= kTables, byte += kTables) {
+    for (; left >= static_cast<std::ptrdiff_t>(kBlock); left -= kBlock, byte += kBlock) {
       hwy::Prefetch(byte + std::min(left, kAhead));
-      for (std::size_t i = 0; i < kTables; ++i) ++tables[i][byte[i]];
+      if (std::memcmp(byte, byte + kPlanes, kBlock - kPlanes) == 0) {
+        for (std::size_t i = 0; i < kPlanes; ++i) tables[i][byte[i]] += kBlock / kPlanes;
+        continue;
+      }
+      for (std::size_t from = 0; from < kBlock; from += kTables)
+        for (std::size_t i = 0; i < kTables; ++i) ++tables[i][byte[from + i]];
     }
-    for (std::size_t i = 0; left > 0; --left, ++i) ++tables[i][byte[i]];
+    for (std::size_t i = 0; left > 0; --left, ++i) ++tables[i % kTables][byte[i]];
   }
   std::array<Histogram, kPlanes> counts{};
   for (std::size_t i = 0; i < kTables; ++i)

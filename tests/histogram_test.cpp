@@ -85,6 +85,16 @@ TEST(Levels, AreCountedAndMappedAsPlainly) {
   });
 }
 
+TEST(CountLevels, SeesASpotAnywhereInAFlatRow) {
+  for (std::size_t place = 0; place < 144; ++place) {
+    std::uint8_t row[144] = {};
+    row[place] = 9;
+    const rastelo::ConstImageView gray{row, 144, 1, 144}, bgr{row, 48, 1, 144};
+    EXPECT_EQ(rastelo::CountLevels(gray), plain::CountLevels(gray)) << place;
+    EXPECT_EQ(rastelo::CountPlaneLevels(bgr), plain::CountPlaneLevels(bgr)) << place;
+  }
+}
+
 TEST(ClassPair, IsTheFirstWithTheSmallestVariance) {
   for (unsigned n = 0; n < 40; ++n) {
     const Histogram counts = AwkwardCounts(n, 254);
