@@ -15,7 +15,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 struct Sobel {
   using Cell = std::int16_t;
-  static constexpr std::ptrdiff_t kHalf = 1, kGroup = 32;
+  static constexpr std::ptrdiff_t kHalf = 1, kVectors = 2, kRows = 128;
 
   template <class D>
   static auto FromBytes(D d, const std::uint8_t* bytes) {
@@ -27,45 +27,50 @@ struct Sobel {
     hn::StoreU(hn::DemoteTo(d8, cells), d8, bytes);
   }
 
-  /// Puts the whole parts of square roots into the group. Those of n^2 and n^2 - 1, n <= 256, lie
-  /// on both sides of n - 1 / 513, so that 0.499 less rounds to the whole part, and neither single
-  /// precision, which ends at 2^-16 here, nor the current rounding of halves matters.
-  static void StoreRoots(const std::uint16_t* squares, Cell* group) {
-    const hn::CappedTag<std::int32_t, kGroup> d;
-    const hn::Rebind<Cell, decltype(d)> d16;
-    const hn::Rebind<std::uint16_t, decltype(d)> du;
-    const hn::RebindToFloat<decltype(d)> df;
-    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    for (std::ptrdiff_t i = 0; i < kGroup; i += lanes) {
-      const auto square = hn::ConvertTo(df, hn::PromoteTo(d, hn::LoadU(du, squares + i)));
-      hn::StoreU(hn::DemoteTo(d16, hn::NearestInt(hn::Sub(hn::Sqrt(square), hn::Set(df, 0.499F)))),
-                 d16, group + i);
-    }
+  /// The whole parts of square roots. They are those of n + 0.5 too, which lie 1 / 1026 or more
+  /// from whole numbers, where single precision ends at 2^-16. A number n stands in the low bits of
+  /// the float 2^23 + n, and so does the root when adding has rounded it to a whole number.
+  template <class V>
+  static V Roots(V squares) {
+    const hn::DFromV<V> d;
+    const hn::RepartitionToWide<decltype(d)> d32;
+    const hn::RebindToFloat<decltype(d32)> df;
+    const auto root = [&](auto number) {
+      const auto offset = hn::Set(df, 0x1p23F - 0.5F);
+      return hn::Add(hn::Sqrt(hn::Sub(hn::BitCast(df, number), offset)), offset);
+    };
+    const auto even = root(hn::OddEven(hn::Set(d, 0x4B00), squares));
+    const auto odd =
+        root(hn::Or(hn::ShiftRight<16>(hn::BitCast(d32, squares)), hn::Set(d32, 0x4B000000)));
+    return hn::OddEven(hn::BitCast(d, hn::ShiftLeft<16>(hn::BitCast(d32, odd))),
+                       hn::BitCast(d, even));
   }
 
-  void operator()(Cell* group) const {
-    const hn::CappedTag<Cell, kGroup> d;
-    const hn::RebindToUnsigned<decltype(d)> du;
-    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    alignas(64) std::uint16_t squares[kGroup];
-    for (std::ptrdiff_t i = 0; i < kGroup; i += lanes) {
-      const Cell* cell = group + i;
-      const auto at = [&](int up, int right) {
-        return hn::LoadU(d, cell + Wavefront<Sobel>::Neighbour(up, right));
-      };
-      const auto fall = hn::Sub(at(1, -1), at(-1, 1)), rise = hn::Sub(at(1, 1), at(-1, -1));
-      const auto across = hn::Sub(at(0, 1), at(0, -1)), up = hn::Sub(at(1, 0), at(-1, 0));
-      const auto gx = hn::Add(hn::Sub(rise, fall), hn::Add(across, across));
-      const auto gy = hn::Add(hn::Add(rise, fall), hn::Add(up, up));
-      // A part of 255 or more alone makes the length so. The sum of the squares of such ends at
-      // 16 bits, whose root is 255 as well.
-      const auto square = [&](auto part) {
-        const auto length = hn::Min(hn::Abs(part), hn::Set(d, 255));
-        return hn::BitCast(du, hn::Mul(length, length));
-      };
-      hn::StoreU(hn::SaturatedAdd(square(gx), square(gy)), du, squares + i);
-    }
-    StoreRoots(squares, group);
+  template <class D>
+  void operator()(D d, const Cell* cells, hn::Vec<D>* changed) const {
+    for (std::ptrdiff_t v = 0; v < kVectors; ++v)
+      changed[v] = Gradient(d, cells + v * static_cast<std::ptrdiff_t>(hn::Lanes(d)));
+  }
+
+  template <class D>
+  static hn::Vec<D> Gradient(D d, const Cell* cell) {
+    const hn::RebindToUnsigned<D> du;
+    const auto at = [&](int up, int right) {
+      return hn::LoadU(d, cell + Wavefront<Sobel>::Neighbour(up, right));
+    };
+    const auto fall = hn::Sub(at(1, -1), at(-1, 1)), rise = hn::Sub(at(1, 1), at(-1, -1));
+    const auto up = hn::Sub(at(1, 0), at(-1, 0));
+    // The pixel to the left, which has just been written, comes last.
+    const auto gx = hn::Sub(hn::Add(hn::Sub(rise, fall), hn::ShiftLeft<1>(at(0, 1))),
+                            hn::ShiftLeft<1>(at(0, -1)));
+    const auto gy = hn::Add(hn::Add(rise, fall), hn::Add(up, up));
+    // A part of 255 or more alone makes the length so. The sum of the squares of such ends at
+    // 16 bits, whose root is 255 as well.
+    const auto square = [&](auto part) {
+      const auto length = hn::Min(hn::Abs(part), hn::Set(d, 255));
+      return hn::BitCast(du, hn::Mul(length, length));
+    };
+    return hn::BitCast(d, Roots(hn::SaturatedAdd(square(gx), square(gy))));
   }
 };
 

@@ -77,39 +77,33 @@ struct ShortTerms {
   }
 };
 
-/// Sums the terms up in the order of the entries, for two vectors at a time: one goes on while the
-/// other waits.
+/// Sums the terms up in the order of the entries, for some vectors at a time: one goes on while the
+/// others wait.
 template <std::int32_t kSize, class Terms>
 struct Template : Terms {
   using Cell = typename Terms::Cell;
-  static constexpr std::ptrdiff_t kHalf = kSize / 2, kGroup = 128 / sizeof(Cell);
+  static constexpr std::ptrdiff_t kHalf = kSize / 2, kRows = 64, kVectors = sizeof(Cell);
 
   template <class Entry>
   explicit Template(const Entry* from) {
     for (std::int32_t i = 0; i < kSize * kSize; ++i) entries[i] = static_cast<Cell>(from[i]);
   }
 
-  void operator()(Cell* group) const {
-    const hn::CappedTag<Cell, kGroup / 2> d;
+  template <class D>
+  void operator()(D d, const Cell* cells, hn::Vec<D>* sums) const {
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    const auto store = [&](auto sum, Cell* cells) {
-      const auto level = hn::Min(hn::Abs(sum), hn::Set(d, Cell{255}));
-      hn::StoreU(Terms::FromLevel(level), d, cells);
-    };
-    for (Cell* cells = group; cells < group + kGroup; cells += 2 * lanes) {
-      auto first = hn::Zero(d), second = first;
-      const Cell* entry = entries;
-      for (std::ptrdiff_t up = -kHalf; up <= kHalf; ++up) {
-        for (std::ptrdiff_t right = -kHalf; right <= kHalf; ++right) {
-          const Cell* levels = cells + Wavefront<Template>::Neighbour(up, right);
-          const auto factor = hn::Set(d, *entry++);
-          first = Terms::Add(first, hn::LoadU(d, levels), factor);
-          second = Terms::Add(second, hn::LoadU(d, levels + lanes), factor);
-        }
+    for (std::ptrdiff_t v = 0; v < kVectors; ++v) sums[v] = hn::Zero(d);
+    const Cell* entry = entries;
+    for (std::ptrdiff_t up = -kHalf; up <= kHalf; ++up) {
+      for (std::ptrdiff_t right = -kHalf; right <= kHalf; ++right) {
+        const Cell* levels = cells + Wavefront<Template>::Neighbour(up, right);
+        const auto factor = hn::Set(d, *entry++);
+        for (std::ptrdiff_t v = 0; v < kVectors; ++v)
+          sums[v] = Terms::Add(sums[v], hn::LoadU(d, levels + v * lanes), factor);
       }
-      store(first, cells);
-      store(second, cells + lanes);
     }
+    for (std::ptrdiff_t v = 0; v < kVectors; ++v)
+      sums[v] = Terms::FromLevel(hn::Min(hn::Abs(sums[v]), hn::Set(d, Cell{255})));
   }
 
   Cell entries[kSize * kSize];
