@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <type_traits>
 
 #include "geometry/gray.h"
 #include "geometry/zoom_sample.h"
@@ -11,7 +12,10 @@
 #define HWY_TARGET_INCLUDE "geometry/zoom.cpp"
 #include <hwy/foreach_target.h>
 // Behind foreach_target.h.
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
+
+#include "platform/permute_bytes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -19,16 +23,24 @@ namespace rastelo::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Floats = hn::ScalableTag<float>;
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using Lanes = hn::Rebind<std::uint32_t, Floats>;
+using Words = hn::ScalableTag<std::uint16_t>;
 
 // Bytes of a strip of columns: all that is kept of one fits into the near cache. Divisible by the
-// bytes of a pixel and by a group of 16; behind it is room for a vector.
-constexpr std::int32_t kStripBytes = 4032, kStripRoom = 4032 + 64, kGroup = 16;
-constexpr std::ptrdiff_t kReach = 32;  // of two table lookups
+// bytes of a pixel and of a vector.
+constexpr std::int32_t kStripBytes = 4032;
+// Bytes picked at once, from twice as many of the source.
+constexpr std::int32_t kGroup = kPermutesPairs ? 64 : 16, kReach = 2 * kGroup;
+constexpr std::uint8_t kNone = 0x80;
+constexpr std::int32_t kParts = 16;
+// Bytes of a target that does not stay in the caches: written past them.
+constexpr std::ptrdiff_t kStreamFrom = std::ptrdiff_t{1} << 20;
 
 /// The byte of each target byte's pixel that lies at the places `pixels` of a source row.
 template <int kSourceBytes, int kTargetBytes>
-void Pick(const std::uint8_t* row, const std::int32_t* pixels, std::int32_t count,
-          std::uint8_t* picked) {
+void PickPixels(const std::uint8_t* row, const std::int32_t* pixels, std::int32_t count,
+                std::uint8_t* picked) {
   for (std::int32_t i = 0; i < count; ++i, picked += kTargetBytes) {
     const std::uint8_t* pixel = row + std::ptrdiff_t{pixels[i]} * kSourceBytes;
     if constexpr (kSourceBytes == kTargetBytes)
@@ -40,43 +52,125 @@ void Pick(const std::uint8_t* row, const std::int32_t* pixels, std::int32_t coun
   }
 }
 
+/// One source pixel for each target column of a strip.
+template <int kSourceBytes, int kTargetBytes>
+class Picker {
+ public:
+  std::int32_t pixels[kStripBytes];
+
+  /// Finds the groups of target bytes whose source bytes lie within reach of a lookup.
+  void Plan(std::int32_t count, std::int32_t sourceWidth) {
+    count_ = count;
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t{sourceWidth} * kSourceBytes;
+    if (kSourceBytes != kTargetBytes || rowBytes < kReach) return;
+    const std::int32_t bytes = count * kTargetBytes;
+    for (; groups_ * kGroup < bytes; ++groups_) {
+      const std::int32_t first = groups_ * kGroup;
+      std::int32_t places[kGroup];
+      for (std::int32_t i = 0; i < kGroup; ++i) {
+        const std::int32_t byte = std::min(first + i, bytes - 1);
+        places[i] = pixels[byte / kTargetBytes] * kSourceBytes + byte % kTargetBytes;
+      }
+      const auto [lowest, highest] = std::minmax_element(places, places + kGroup);
+      const std::ptrdiff_t start = std::min<std::ptrdiff_t>(*lowest, rowBytes - kReach);
+      if (*highest - start >= kReach) return;
+      starts_[groups_] = start;
+      span_ = std::max<std::ptrdiff_t>(span_, *highest - *lowest);
+      for (std::int32_t i = 0; i < kGroup; ++i) {
+        const auto offset = static_cast<std::uint8_t>(places[i] - start);
+        lows_[first + i] = kPermutesPairs || offset < kGroup ? offset : kNone;
+        highs_[first + i] = offset < kGroup ? kNone : static_cast<std::uint8_t>(offset - kGroup);
+      }
+    }
+  }
+
+  /// Fetches ahead what the group of target byte `byte` will pick.
+  HWY_INLINE void Prefetch(const std::uint8_t* row, std::size_t byte) const {
+    const auto group = static_cast<std::int32_t>(byte / kGroup);
+    if (group >= groups_) return;
+    for (std::ptrdiff_t line = 0; line < span_; line += 64)
+      hwy::Prefetch(row + starts_[group] + line);
+  }
+
+  void Pick(const std::uint8_t* row, std::uint8_t* picked) const {
+    const hn::CappedTag<std::uint8_t, kGroup> d;
+    for (std::int32_t group = 0; group < groups_; ++group) {
+      const std::uint8_t* from = row + starts_[group];
+      const std::ptrdiff_t first = std::ptrdiff_t{group} * kGroup;
+      const auto low = hn::LoadU(d, from), high = hn::LoadU(d, from + kGroup);
+      const auto lows = hn::Load(d, lows_ + first);
+      if constexpr (kPermutesPairs)
+        hn::Store(PermutePair(low, high, lows), d, picked + first);
+      else
+        hn::Store(hn::Or(hn::TableLookupBytesOr0(low, lows),
+                         hn::TableLookupBytesOr0(high, hn::Load(d, highs_ + first))),
+                  d, picked + first);
+    }
+    const std::int32_t done = groups_ * kGroup / kTargetBytes;
+    if (done < count_)
+      PickPixels<kSourceBytes, kTargetBytes>(row, pixels + done, count_ - done,
+                                             picked + std::ptrdiff_t{done} * kTargetBytes);
+  }
+
+ private:
+  std::int32_t count_ = 0, groups_ = 0;  // planned groups, from the first on
+  std::ptrdiff_t starts_[kStripBytes / kGroup], span_ = 0;
+  // Where in the first or the second half of its group's source a byte lies.
+  HWY_ALIGN std::uint8_t lows_[kStripBytes], highs_[kStripBytes];
+};
+
+/// The level of four in a lane that is worked on.
+template <int k>
+using Quarter = std::integral_constant<int, k>;
+
 /// The target columns of a strip, and what a source row gives them.
 template <int kSourceBytes, int kTargetBytes>
 class Strip {
  public:
   Strip(std::int32_t first, std::int32_t count, float scale, std::int32_t sourceWidth)
-      : count_(count), bytes_(count * kTargetBytes) {
+      : bytes_(count * kTargetBytes) {
     for (std::int32_t i = 0; i < count; ++i) {
       const Sample sample = Place(first + i, scale, sourceWidth);
-      pixels_[i] = sample.pixel;
-      nexts_[i] = sample.next;
+      pixels_.pixels[i] = sample.pixel;
+      nexts_.pixels[i] = sample.next;
       copies_ = copies_ && sample.nextWeight == 0.0f;
+      inParts_ = inParts_ && IsInParts(sample);
       for (std::int32_t c = 0; c < kTargetBytes; ++c) {
-        pixelWeights_[i * kTargetBytes + c] = sample.pixelWeight;
-        nextWeights_[i * kTargetBytes + c] = sample.nextWeight;
+        const std::size_t byte =
+            static_cast<std::size_t>(i) * kTargetBytes + static_cast<std::size_t>(c);
+        pixelWeights_[WeightPlace(byte)] = sample.pixelWeight;
+        nextWeights_[WeightPlace(byte)] = sample.nextWeight;
+        nextParts_[byte] = static_cast<std::uint8_t>(sample.nextWeight * kParts);
       }
     }
-    if constexpr (kSourceBytes == kTargetBytes) PlanGroups(sourceWidth);
+    pixels_.Plan(count, sourceWidth);
+    if (!copies_) nexts_.Plan(count, sourceWidth);
   }
 
-  void Zoom(ConstImageView source, const Sample& v, std::uint8_t* target) {
-    if (copies_ && v.nextWeight == 0.0f) {
-      PickRow(source.Row(v.pixel), pixels_, 0);
-      std::memcpy(target, bytesOut_, Bytes());
-      return;
-    }
+  /// A row of the target. The rows of the `following` one are fetched meanwhile: those of a strip
+  /// are too short for the processor to foresee.
+  const std::uint8_t* Zoom(ConstImageView source, const Sample& v, const Sample& following) {
+    ahead_[0] = following.pixel > v.next ? source.Row(following.pixel) : nullptr;
+    ahead_[1] = following.next > v.next ? source.Row(following.next) : nullptr;
     const Levels& row = Load(source, v.pixel, v.next);
-    if (v.nextWeight == 0.0f)
-      Mix(row, target);
-    else
-      Mix(row, Load(source, v.next, v.pixel), v, target);
+    if (v.nextWeight == 0.0f) {
+      if (copies_) return row.pixels;
+      Mix(row);
+    } else if (inParts_ && IsInParts(v)) {
+      MixParts(row, Load(source, v.next, v.pixel), v);
+    } else {
+      Mix(row, Load(source, v.next, v.pixel), v);
+    }
+    return mixed_;
   }
+
+  std::size_t Count() const { return static_cast<std::size_t>(bytes_); }
 
  private:
   /// What one source row gives: the levels at the target bytes' pixels and at the next ones.
   struct Levels {
     std::int32_t row = -1;
-    HWY_ALIGN float pixels[kStripRoom], nexts[kStripRoom];
+    HWY_ALIGN std::uint8_t pixels[kStripBytes] = {}, nexts[kStripBytes] = {};
   };
 
   /// The levels of a row, from before or made anew in place of those of a row that is not `kept`.
@@ -85,123 +179,151 @@ class Strip {
       if (levels.row == row) return levels;
     Levels& levels = rows_[rows_[0].row == kept ? 1 : 0];
     levels.row = row;
-    PickRow(source.Row(row), pixels_, 0);
-    Widen(levels.pixels);
-    PickRow(source.Row(row), nexts_, kSourceBytes);
-    Widen(levels.nexts);
+    pixels_.Pick(source.Row(row), levels.pixels);
+    if (!copies_) nexts_.Pick(source.Row(row), levels.nexts);
     return levels;
   }
 
-  /// Finds the groups of 16 target bytes whose source bytes lie within 32 of the row, with the next
-  /// pixels' just behind: those can be picked by two table lookups.
-  void PlanGroups(std::int32_t sourceWidth) {
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t{sourceWidth} * kSourceBytes;
-    const auto place = [&](std::int32_t byte) {
-      return std::ptrdiff_t{pixels_[byte / kTargetBytes]} * kSourceBytes + byte % kTargetBytes;
-    };
-    for (; (groups_ + 1) * kGroup <= bytes_; ++groups_) {
-      const std::int32_t first = groups_ * kGroup, end = first + kGroup;
-      std::ptrdiff_t lowest = place(first), highest = lowest;
-      for (std::int32_t i = first; i < end; ++i) {
-        lowest = std::min(lowest, place(i));
-        highest = std::max(highest, place(i));
-      }
-      if (highest - lowest >= kReach) return;
-      if (lowest + kSourceBytes + kReach > rowBytes) return;
-      starts_[groups_] = lowest;
-      for (std::int32_t i = first; i < end; ++i) {
-        const auto offset = static_cast<std::uint8_t>(place(i) - lowest);
-        lows_[i] = offset < kGroup ? offset : kNone;
-        highs_[i] = offset < kGroup ? kNone : static_cast<std::uint8_t>(offset - kGroup);
-      }
-    }
-  }
-
-  /// The bytes at the places `pixels`, which lie `shift` bytes behind the planned ones.
-  void PickRow(const std::uint8_t* row, const std::int32_t* pixels, std::ptrdiff_t shift) {
-    const hn::FixedTag<std::uint8_t, kGroup> d;
-    for (std::int32_t group = 0; group < groups_; ++group) {
-      const std::uint8_t* from = row + starts_[group] + shift;
-      const std::ptrdiff_t first = std::ptrdiff_t{group} * kGroup;
-      hn::Store(
-          hn::Or(hn::TableLookupBytesOr0(hn::LoadU(d, from), hn::Load(d, lows_ + first)),
-                 hn::TableLookupBytesOr0(hn::LoadU(d, from + kGroup), hn::Load(d, highs_ + first))),
-          d, bytesOut_ + first);
-    }
-    const std::int32_t done = groups_ * kGroup / kTargetBytes;
-    Pick<kSourceBytes, kTargetBytes>(row, pixels + done, count_ - done,
-                                     bytesOut_ + std::ptrdiff_t{done} * kTargetBytes);
-  }
-
-  void Widen(float* levels) const {
-    const Floats d;
+  /// Level k of the four in each lane from byte i on.
+  template <int k>
+  static auto Widen(const std::uint8_t* levels) {
+    const Lanes d;
+    const auto level = hn::ShiftRight<8 * k>(hn::BitCast(d, hn::Load(Bytes(), levels)));
     const hn::Rebind<std::int32_t, Floats> whole;
-    const hn::Rebind<std::uint8_t, Floats> narrow;
-    for (std::size_t i = 0; i < Bytes(); i += hn::Lanes(d))
-      hn::Store(hn::ConvertTo(d, hn::PromoteTo(whole, hn::Load(narrow, bytesOut_ + i))), d,
-                levels + i);
+    return hn::ConvertTo(Floats(), hn::BitCast(whole, hn::And(level, hn::Set(d, 255))));
   }
 
   /// Adds up in the order of the definition, every product and sum rounded; a row of weight 0 adds
   /// nothing.
-  void Mix(const Levels& row, std::uint8_t* target) {
-    const Floats d;
-    Write(target, [&](std::size_t i) {
-      return hn::Add(hn::Mul(hn::Load(d, row.pixels + i), hn::Load(d, pixelWeights_ + i)),
-                     hn::Mul(hn::Load(d, row.nexts + i), hn::Load(d, nextWeights_ + i)));
+  void Mix(const Levels& row) {
+    Truncate([&]<int k>(Quarter<k>, std::size_t i) HWY_ATTR {
+      return hn::Add(hn::Mul(Widen<k>(row.pixels + i), Weights<k>(pixelWeights_ + i)),
+                     hn::Mul(Widen<k>(row.nexts + i), Weights<k>(nextWeights_ + i)));
     });
   }
 
-  void Mix(const Levels& row, const Levels& next, const Sample& v, std::uint8_t* target) {
+  void Mix(const Levels& row, const Levels& next, const Sample& v) {
     const Floats d;
     const auto rowWeight = hn::Set(d, v.pixelWeight), nextWeight = hn::Set(d, v.nextWeight);
-    Write(target, [&](std::size_t i) {
-      const auto left = hn::Load(d, pixelWeights_ + i), right = hn::Load(d, nextWeights_ + i);
-      auto sum = hn::Add(hn::Mul(hn::Load(d, row.pixels + i), hn::Mul(left, rowWeight)),
-                         hn::Mul(hn::Load(d, row.nexts + i), hn::Mul(right, rowWeight)));
-      sum = hn::Add(sum, hn::Mul(hn::Load(d, next.pixels + i), hn::Mul(left, nextWeight)));
-      return hn::Add(sum, hn::Mul(hn::Load(d, next.nexts + i), hn::Mul(right, nextWeight)));
+    Truncate([&]<int k>(Quarter<k>, std::size_t i) HWY_ATTR {
+      const auto left = Weights<k>(pixelWeights_ + i), right = Weights<k>(nextWeights_ + i);
+      auto sum = hn::Add(hn::Mul(Widen<k>(row.pixels + i), hn::Mul(left, rowWeight)),
+                         hn::Mul(Widen<k>(row.nexts + i), hn::Mul(right, rowWeight)));
+      sum = hn::Add(sum, hn::Mul(Widen<k>(next.pixels + i), hn::Mul(left, nextWeight)));
+      return hn::Add(sum, hn::Mul(Widen<k>(next.nexts + i), hn::Mul(right, nextWeight)));
     });
   }
 
-  /// Truncates the values that `at(i)` gives for the bytes from i on.
+  /// Truncates the values below 256 that `at` gives for level k of each lane from byte i on.
   template <class At>
-  void Write(std::uint8_t* target, At at) {
-    const Floats d;
-    const hn::Rebind<std::int32_t, Floats> whole;
-    const hn::Rebind<std::uint8_t, Floats> narrow;
-    for (std::size_t i = 0; i < Bytes(); i += hn::Lanes(d))
-      hn::Store(hn::DemoteTo(narrow, hn::ConvertTo(whole, at(i))), narrow, bytesOut_ + i);
-    std::memcpy(target, bytesOut_, Bytes());
+  void Truncate(At at) {
+    const auto level = [&]<int k>(Quarter<k> quarter, std::size_t i) HWY_ATTR {
+      // Beyond 2^23, the lowest bits of a float count ones.
+      const auto whole = hn::Add(hn::Floor(at(quarter, i)), hn::Set(Floats(), 8388608.0f));
+      const auto bits = hn::And(hn::BitCast(Lanes(), whole), hn::Set(Lanes(), 255));
+      return hn::ShiftLeft<8 * k>(bits);
+    };
+    Fill([&](std::size_t i) HWY_ATTR {
+      const auto low = hn::Or(level(Quarter<0>(), i), level(Quarter<1>(), i));
+      const auto high = hn::Or(level(Quarter<2>(), i), level(Quarter<3>(), i));
+      return hn::BitCast(Bytes(), hn::Or(low, high));
+    });
   }
 
-  std::size_t Bytes() const { return static_cast<std::size_t>(bytes_); }
+  template <class At>
+  void Fill(At at) {
+    for (std::size_t i = 0; i < Count(); i += hn::Lanes(Bytes())) {
+      for (const std::uint8_t* row : ahead_)
+        if (row) pixels_.Prefetch(row, i);
+      hn::Store(at(i), Bytes(), mixed_ + i);
+    }
+  }
 
-  std::int32_t count_, bytes_;
-  bool copies_ = true;
-  std::int32_t groups_ = 0;  // planned, from the first on
-  std::ptrdiff_t starts_[kStripBytes / kGroup];
-  // Where in the first or the second 16 bytes of its group's source a byte lies.
-  static constexpr std::uint8_t kNone = 0x80;
-  HWY_ALIGN std::uint8_t lows_[kStripBytes], highs_[kStripBytes];
-  std::int32_t pixels_[kStripBytes], nexts_[kStripBytes];
-  HWY_ALIGN float pixelWeights_[kStripRoom] = {}, nextWeights_[kStripRoom] = {};
+  template <int k>
+  static auto Weights(const float* weights) {
+    return hn::Load(Floats(), weights + k * hn::Lanes(Floats()));
+  }
+
+  /// Where the weight of a byte stands: those of the same quarter of the lanes of a vector of bytes
+  /// stand together.
+  static std::size_t WeightPlace(std::size_t byte) {
+    const std::size_t lanes = hn::Lanes(Floats()), inVector = byte % (4 * lanes);
+    return byte - inVector + inVector % 4 * lanes + inVector / 4;
+  }
+
+  static bool IsInParts(const Sample& sample) {
+    const float parts = sample.nextWeight * kParts;
+    return parts == static_cast<float>(static_cast<std::int32_t>(parts));
+  }
+
+  /// Where all weights are sixteenths, every product and sum of the definition is a multiple of
+  /// 1/256 below 256: single precision holds it unrounded, and so do 16 bits.
+  void MixParts(const Levels& row, const Levels& next, const Sample& v) {
+    const Words d;
+    const auto parts = static_cast<std::uint16_t>(v.nextWeight * kParts);
+    const auto rowParts = hn::Set(d, static_cast<std::uint16_t>(kParts - parts));
+    const auto nextParts = hn::Set(d, parts), all = hn::Set(d, std::uint16_t{kParts});
+    const auto even = [&](const std::uint8_t* bytes) HWY_ATTR {
+      return hn::And(hn::BitCast(d, hn::Load(Bytes(), bytes)), hn::Set(d, std::uint16_t{255}));
+    };
+    const auto odd = [&](const std::uint8_t* bytes) HWY_ATTR {
+      return hn::ShiftRight<8>(hn::BitCast(d, hn::Load(Bytes(), bytes)));
+    };
+    const auto mix = [&](auto half, std::size_t i) HWY_ATTR {
+      const auto right = half(nextParts_ + i), left = hn::Sub(all, right);
+      const auto above =
+          hn::Add(hn::Mul(half(row.pixels + i), left), hn::Mul(half(row.nexts + i), right));
+      const auto below =
+          hn::Add(hn::Mul(half(next.pixels + i), left), hn::Mul(half(next.nexts + i), right));
+      return hn::Add(hn::Mul(above, rowParts), hn::Mul(below, nextParts));
+    };
+    Fill([&](std::size_t i) HWY_ATTR {
+      const auto low = hn::ShiftRight<8>(mix(even, i));
+      const auto high = hn::AndNot(hn::Set(d, std::uint16_t{255}), mix(odd, i));
+      return hn::BitCast(Bytes(), hn::Or(low, high));
+    });
+  }
+
+  std::int32_t bytes_;
+  const std::uint8_t* ahead_[2];
+  bool copies_ = true, inParts_ = true;
+  Picker<kSourceBytes, kTargetBytes> pixels_, nexts_;
+  HWY_ALIGN float pixelWeights_[kStripBytes] = {}, nextWeights_[kStripBytes] = {};
+  HWY_ALIGN std::uint8_t nextParts_[kStripBytes] = {}, mixed_[kStripBytes];
   Levels rows_[2];
-  HWY_ALIGN std::uint8_t bytesOut_[kStripRoom] = {};
 };
+
+/// Copies past the caches.
+void StreamBytes(const std::uint8_t* from, std::size_t count, std::uint8_t* to) {
+  const Bytes d;
+  const std::size_t lanes = hn::Lanes(d);
+  const std::size_t head = std::min(count, -reinterpret_cast<std::uintptr_t>(to) % lanes);
+  std::memcpy(to, from, head);
+  std::size_t i = head;
+  for (; i + lanes <= count; i += lanes) hn::Stream(hn::LoadU(d, from + i), d, to + i);
+  std::memcpy(to + i, from + i, count - i);
+}
 
 template <int kSourceBytes, int kTargetBytes>
 void ZoomPixels(ConstImageView source, ImageView target) {
   const float scaleX = static_cast<float>(source.width) / static_cast<float>(target.width);
   const float scaleY = static_cast<float>(source.height) / static_cast<float>(target.height);
   constexpr std::int32_t kColumns = kStripBytes / kTargetBytes;
+  const bool streams = std::ptrdiff_t{target.pitch} * target.height > kStreamFrom;
   for (std::int32_t first = 0; first < target.width; first += kColumns) {
     Strip<kSourceBytes, kTargetBytes> strip(first, std::min(kColumns, target.width - first), scaleX,
                                             source.width);
-    for (std::int32_t y = 0; y < target.height; ++y)
-      strip.Zoom(source, Place(y, scaleY, source.height),
-                 target.Row(y) + std::ptrdiff_t{first} * kTargetBytes);
+    for (std::int32_t y = 0; y < target.height; ++y) {
+      const std::uint8_t* row =
+          strip.Zoom(source, Place(y, scaleY, source.height), Place(y + 1, scaleY, source.height));
+      std::uint8_t* to = target.Row(y) + std::ptrdiff_t{first} * kTargetBytes;
+      if (streams)
+        StreamBytes(row, strip.Count(), to);
+      else
+        std::memcpy(to, row, strip.Count());
+    }
   }
+  if (streams) hwy::FlushStream();
 }
 
 void ZoomBilinear(ConstImageView source, int sourceBytes, ImageView target, int targetBytes) {
