@@ -176,10 +176,7 @@ TEST(BuildBitmapInfo, HoldsAGrayRamp) {
 TEST(WidenPixels, PutsAZeroBehindEachOnEveryTarget) {
   ExpectSameTarget(
       3, [](const TestPicture& bgr) { return bgr.Blank(bgr.width, bgr.height, 4); },
-      [](auto bgr, auto surface) {
-        for (std::int32_t y = 0; y < bgr.height; ++y)
-          rastelo::WidenPixels(bgr.Row(y), bgr.width, surface.Row(y));
-      },
+      [](auto bgr, auto surface) { rastelo::WidenPixels(bgr, surface.Row(0), surface.pitch); },
       [](auto bgr, auto surface) {
         for (std::int32_t y = 0; y < bgr.height; ++y)
           for (std::int32_t i = 0; i < 4 * bgr.width; ++i)

@@ -33,12 +33,10 @@ struct Source {
     bgr[1] = colour.rgbGreen;
     bgr[2] = colour.rgbRed;
   }
-
-  /// `count` pixels of a row as they stand on a surface.
-  void LoadRow(std::int32_t y, std::int32_t x, std::int32_t count, unsigned char* surface) const {
-    const unsigned char* from = pixels.Row(y) + std::ptrdiff_t{bitCount / 8} * x;
-    if (bitCount == 24) return WidenPixels(from, count, surface);
-    for (std::int32_t i = 0; i < count; ++i, surface += 4) LoadGray(from[i], surface);
+  void LoadGrays(ConstImageView levels, unsigned char* surface, std::ptrdiff_t pitch) const {
+    for (std::int32_t y = 0; y < levels.height; ++y)
+      for (std::int32_t x = 0; x < levels.width; ++x)
+        LoadGray(levels.Row(y)[x], surface + y * pitch + std::ptrdiff_t{4} * x);
   }
 };
 
@@ -185,12 +183,18 @@ int MemoryDeviceContext::SetDIBitsToDevice(int x, int y, DWORD width, DWORD heig
                               {top - present.end + 1, top - present.first + 1});
   const auto lineCount = static_cast<int>(present.end - present.first);
   if (columns.first >= columns.end) return lineCount;
-  for (std::int64_t row = rows.first; row < rows.end; ++row) {
-    const auto line = static_cast<std::int32_t>(top - row - present.first);
-    source.LoadRow(line, static_cast<std::int32_t>(columns.first - shiftX),
-                   static_cast<std::int32_t>(columns.end - columns.first),
-                   surface_.data() + (row * width_ + columns.first) * 4);
-  }
+  if (rows.first >= rows.end) return lineCount;
+  const ConstImageView area = {
+      source.pixels.Row(static_cast<std::int32_t>(top - rows.end + 1 - present.first)) +
+          source.bitCount / 8 * (columns.first - shiftX),
+      static_cast<std::int32_t>(columns.end - columns.first),
+      static_cast<std::int32_t>(rows.end - rows.first), source.pixels.pitch};
+  unsigned char* to = surface_.data() + ((rows.end - 1) * width_ + columns.first) * 4;
+  const std::ptrdiff_t up = std::ptrdiff_t{-4} * width_;
+  if (source.bitCount == 24)
+    WidenPixels(area, to, up);
+  else
+    source.LoadGrays(area, to, up);
   return lineCount;
 }
 

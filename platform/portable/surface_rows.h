@@ -4,10 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "image/image_view.h"
+
 namespace rastelo {
 
-/// Writes `count` pixels of 4 bytes, blue, green, red and 0, from as many of 3.
-void WidenPixels(const std::uint8_t* bgr, std::ptrdiff_t count, std::uint8_t* surface);
+/// Widens pixels of 3 bytes to 4, the last of them 0. The rows lie `pitch` bytes apart on the
+/// surface, which may be less than 0; pixels of it lie at multiples of 4.
+void WidenPixels(ConstImageView bgr, std::uint8_t* surface, std::ptrdiff_t pitch);
 
 }  // namespace rastelo
 
