@@ -153,6 +153,29 @@ TEST(MemoryDevice, CopiesAndStretches) {
   }
 }
 
+TEST(MemoryDevice, StretchesPixelsOfColourAsItDoesThoseOfAPalette) {
+  LiteralImage levels = Noise(300, 7), colours(300, 7, 3);
+  for (int i = 0; i < 300 * 7; ++i) {
+    const std::uint8_t level = levels.Pixels().Row(i / 300)[i % 300];
+    std::uint8_t* colour = colours.Pixels().Row(i / 300) + i % 300 * 3;
+    for (int c = 0; c < 3; ++c) colour[c] = static_cast<std::uint8_t>(level ^ c * 85);
+  }
+  const auto* ramp = reinterpret_cast<const unsigned char*>(BuildBitmapInfo(300, 7, 8));
+  std::vector<unsigned char> palette(ramp, ramp + 1064);
+  for (std::size_t i = 40; i < palette.size(); ++i)
+    palette[i] ^= static_cast<unsigned char>(i % 4 * 85);
+  OnEveryTarget([&] {
+    for (const int width : {-1100, -401, 9, 75, 151, 225, 299, 512, 1100}) {  // up to 1.09 MiB
+      rastelo::MemoryDeviceContext ours(1100, 260), expected(1100, 260);
+      const Numbers n = {width < 0 ? 1090 : 5, 0, width, 260, -3, 0, 305, 7};
+      Call(ours, COLORONCOLOR, n, colours.bytes.data(), BuildBitmapInfo(300, 7, 24));
+      Call(expected, COLORONCOLOR, n, levels.bytes.data(),
+           reinterpret_cast<const BITMAPINFO*>(palette.data()));
+      ASSERT_TRUE(Shown(ours, 3) == Shown(expected, 3)) << width;
+    }
+  });
+}
+
 TEST(MemoryDevice, SurvivesAnyArguments) {
   const int values[] = {INT_MIN, -1, 2, INT_MAX};
   for (int i = 0; i < 4 << 16; ++i) {

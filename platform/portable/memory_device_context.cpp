@@ -122,18 +122,13 @@ void Combine(const Source& source, Span columns, Span rows, int mode, unsigned c
   }
 }
 
-/// A row of a surface from the pixels in row `y` at the places `parts`, of one pixel or none each.
-void PickRow(const Source& source, std::int64_t y, std::span<const Span> parts,
-             unsigned char* surface) {
+/// A row of a surface from the levels in row `y` at the places `parts`, of one pixel or none each.
+void PickGrays(const Source& source, std::int64_t y, std::span<const Span> parts,
+               unsigned char* surface) {
   const std::uint8_t* row = source.pixels.Row(static_cast<std::int32_t>(y));
   for (const Span& part : parts) {
-    unsigned char* const to = surface;
+    if (part.first < part.end) source.LoadGray(row[part.first], surface);
     surface += 4;
-    if (part.first >= part.end) continue;
-    if (source.bitCount == 24)
-      std::memcpy(to, row + 3 * part.first, 3);
-    else
-      source.LoadGray(row[part.first], to);
   }
 }
 
@@ -144,6 +139,40 @@ void CombineRow(const Source& source, Span rows, std::span<const Span> parts, in
     if (part.first < part.end) Combine(source, part, rows, mode, surface);
     surface += 4;
   }
+}
+
+struct Surface {
+  unsigned char* pixels;
+  std::int64_t width;
+};
+
+/// Draws pixels of colour one by one: `rowsOf` and `columnsOf` give one or none for each of the
+/// target's.
+void DrawPicked(const Source& source, Span rows, Span columns, auto rowsOf, auto columnsOf,
+                Surface surface) {
+  const auto trim = [](Span& span, auto partOf) {
+    const auto hasNone = [&](std::int64_t i) { return partOf(i).first >= partOf(i).end; };
+    while (span.first < span.end && hasNone(span.first)) ++span.first;
+    while (span.first < span.end && hasNone(span.end - 1)) --span.end;
+  };
+  trim(rows, rowsOf);
+  trim(columns, columnsOf);
+  const auto rowAt = [&](std::int64_t row) {
+    return source.pixels.Row(static_cast<std::int32_t>(rowsOf(row).first));
+  };
+  const bool pastCaches = DrawsPastCaches(columns.end - columns.first, rows.end - rows.first);
+  ColumnPicks picks;
+  for (std::int64_t first = columns.first; first < columns.end; first += ColumnPicks::kMost) {
+    picks.count =
+        static_cast<std::int32_t>(std::min<std::int64_t>(ColumnPicks::kMost, columns.end - first));
+    for (std::int32_t i = 0; i < picks.count; ++i)
+      picks.columns[i] = static_cast<std::int32_t>(columnsOf(first + i).first);
+    PlanPicks(source.pixels.width, picks);
+    for (std::int64_t row = rows.first; row < rows.end; ++row)
+      PickPixels(rowAt(row), rowAt(std::min(row + 1, rows.end - 1)), pastCaches, picks,
+                 surface.pixels + (row * surface.width + first) * 4);
+  }
+  if (pastCaches) EndPicks();
 }
 
 }  // namespace
@@ -222,22 +251,27 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
     return Intersect(chosen({rowsEnd - lines.end, rowsEnd - lines.first}),
                      {0, source.pixels.height});
   };
+  const auto columnsOf = [&](std::int64_t column) {
+    const Span all = across.Source(column);
+    return Intersect(chosen({firstColumn + all.first, firstColumn + all.end}),
+                     {0, source.pixels.width});
+  };
+  if (stretchMode_ == COLORONCOLOR && source.bitCount == 24) {
+    DrawPicked(source, rows, columns, rowsOf, columnsOf, {surface_.data(), width_});
+    return source.pixels.height;
+  }
   // A few columns at a time: where they come from is worked out once for all rows.
   constexpr std::int64_t kStrip = 256;
   Span parts[kStrip];
   for (std::int64_t first = columns.first; first < columns.end; first += kStrip) {
     const std::int64_t count = std::min(kStrip, columns.end - first);
-    for (std::int64_t i = 0; i < count; ++i) {
-      const Span all = across.Source(first + i);
-      parts[i] = Intersect(chosen({firstColumn + all.first, firstColumn + all.end}),
-                           {0, source.pixels.width});
-    }
+    for (std::int64_t i = 0; i < count; ++i) parts[i] = columnsOf(first + i);
     for (std::int64_t row = rows.first; row < rows.end; ++row) {
       const Span from = rowsOf(row);
       if (from.first >= from.end) continue;
       unsigned char* to = surface_.data() + (row * width_ + first) * 4;
       if (stretchMode_ == COLORONCOLOR)
-        PickRow(source, from.first, {parts, static_cast<std::size_t>(count)}, to);
+        PickGrays(source, from.first, {parts, static_cast<std::size_t>(count)}, to);
       else
         CombineRow(source, from, {parts, static_cast<std::size_t>(count)}, stretchMode_, to);
     }
