@@ -1,5 +1,7 @@
 #include "geometry/rotate.h"
 
+#include <hwy/cache_control.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -15,6 +17,9 @@ HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+/// Results of so many bytes and more go past the caches.
+constexpr std::ptrdiff_t kLargeBytes = std::ptrdiff_t{4} << 20;
 
 using Bytes = hn::FixedTag<std::uint8_t, 16>;
 
@@ -59,42 +64,67 @@ void CopyRun(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes) {
     std::memcpy(to, from, bytes);
 }
 
-/// Turns squares of pixels through two small ones in the near cache, so that each line of a picture
-/// is touched once for each square, whatever the rows' distance: rows a power of two apart would
-/// drive each other out of the cache.
-template <int kPixelBytes, int kSquare, int kBlock, auto kTranspose>
-void RotateSquares(ConstImageView source, Turn turn, ImageView target) {
-  constexpr std::size_t kRun = std::size_t{kSquare} * kPixelBytes;
-  constexpr std::ptrdiff_t kPitch = std::ptrdiff_t{kSquare} * kPixelBytes + 16;
-  alignas(64) std::uint8_t read[kSquare * kPitch] = {}, turned[kSquare * kPitch];
+/// Copies `kMost` bytes past the caches, to where vectors are aligned.
+template <std::size_t kMost>
+void StreamRun(std::uint8_t* to, const std::uint8_t* from) {
+  const hn::CappedTag<std::uint8_t, kMost> d;
+  for (std::size_t i = 0; i < kMost; i += hn::Lanes(d))
+    hn::Stream(hn::LoadU(d, from + i), d, to + i);
+}
+
+/// Turns tiles of `kRows` x 64 pixels through two small ones in the near cache, so that each line
+/// of a picture is touched once for each tile, whatever the rows' distance: rows a power of two
+/// apart would drive each other out of the cache.
+template <int kPixelBytes, int kRows, int kBlock, auto kTranspose, bool kPastCaches>
+void RotateTiles(ConstImageView source, Turn turn, ImageView target) {
+  constexpr std::int32_t kColumns = 64;
+  constexpr std::size_t kReadRun = std::size_t{kColumns} * kPixelBytes;
+  constexpr std::size_t kTurnedRun = std::size_t{kRows} * kPixelBytes;
+  constexpr std::ptrdiff_t kReadPitch = kReadRun + 16, kTurnedPitch = kTurnedRun + 16;
+  alignas(64) std::uint8_t read[kRows * kReadPitch] = {}, turned[kColumns * kTurnedPitch];
   const bool counter = turn == Turn::kCounterClockwise;
-  for (std::int32_t bottom = 0; bottom < source.height; bottom += kSquare) {
-    const std::int32_t rows = std::min(kSquare, source.height - bottom);
-    // The rows' order in the target's columns is upwards or, counter-clockwise, downwards.
-    const std::int32_t targetColumn = counter ? source.height - bottom - rows : bottom;
-    for (std::int32_t left = 0; left < source.width; left += kSquare) {
-      const std::int32_t columns = std::min(kSquare, source.width - left);
+  // The rows' order in the target's columns is upwards or, counter-clockwise, downwards.
+  for (std::int32_t column = 0; column < target.width; column += kRows) {
+    const std::int32_t rows = std::min(kRows, target.width - column);
+    for (std::int32_t left = 0; left < source.width; left += kColumns) {
+      const std::int32_t columns = std::min(kColumns, source.width - left);
       for (std::int32_t i = 0; i < rows; ++i) {
-        const std::int32_t row = counter ? bottom + rows - 1 - i : bottom + i;
-        CopyRun<kRun>(read + i * kPitch, source.Row(row) + std::ptrdiff_t{left} * kPixelBytes,
-                      static_cast<std::size_t>(columns) * kPixelBytes);
+        const std::int32_t row = counter ? source.height - 1 - column - i : column + i;
+        const std::uint8_t* from = source.Row(row) + std::ptrdiff_t{left} * kPixelBytes;
+        for (std::size_t k = 0; k < kReadRun; k += 64) hwy::Prefetch(from + kReadRun + k);
+        CopyRun<kReadRun>(read + i * kReadPitch, from,
+                          static_cast<std::size_t>(columns) * kPixelBytes);
       }
       for (int i = 0; i < rows; i += kBlock)
         for (int j = 0; j < columns; j += kBlock)
-          kTranspose(read + i * kPitch + j * kPixelBytes, kPitch,
-                     turned + j * kPitch + i * kPixelBytes, kPitch);
+          kTranspose(read + i * kReadPitch + j * kPixelBytes, kReadPitch,
+                     turned + j * kTurnedPitch + i * kPixelBytes, kTurnedPitch);
       for (std::int32_t j = 0; j < columns; ++j) {
         const std::int32_t row = counter ? left + j : source.width - 1 - left - j;
-        CopyRun<kRun>(target.Row(row) + std::ptrdiff_t{targetColumn} * kPixelBytes,
-                      turned + j * kPitch, static_cast<std::size_t>(rows) * kPixelBytes);
+        std::uint8_t* to = target.Row(row) + std::ptrdiff_t{column} * kPixelBytes;
+        if (kPastCaches && rows == kRows && reinterpret_cast<std::uintptr_t>(to) % 64 == 0)
+          StreamRun<kTurnedRun>(to, turned + j * kTurnedPitch);
+        else
+          CopyRun<kTurnedRun>(to, turned + j * kTurnedPitch,
+                              static_cast<std::size_t>(rows) * kPixelBytes);
       }
     }
   }
+  if (kPastCaches) hwy::FlushStream();
+}
+
+/// Tiles that go past the caches are twice as high: more lines of each row follow one another.
+template <int kPixelBytes, int kBlock, auto kTranspose>
+void RotatePixels(ConstImageView source, Turn turn, ImageView target) {
+  if (std::ptrdiff_t{target.pitch} * target.height < kLargeBytes)
+    RotateTiles<kPixelBytes, 64, kBlock, kTranspose, false>(source, turn, target);
+  else
+    RotateTiles<kPixelBytes, 128, kBlock, kTranspose, true>(source, turn, target);
 }
 
 void RotateQuarter(ConstImageView source, int pixelBytes, Turn turn, ImageView target) {
-  if (pixelBytes == 1) RotateSquares<1, 64, 16, TransposeBytes>(source, turn, target);
-  if (pixelBytes == 3) RotateSquares<3, 64, 4, TransposePixels>(source, turn, target);
+  if (pixelBytes == 1) RotatePixels<1, 16, TransposeBytes>(source, turn, target);
+  if (pixelBytes == 3) RotatePixels<3, 4, TransposePixels>(source, turn, target);
 }
 
 }  // namespace rastelo::HWY_NAMESPACE

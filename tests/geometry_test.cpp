@@ -79,6 +79,14 @@ TEST(RotateQuarter, IsThePlainOneOnEveryTarget) {
       ExpectSameTarget(
           bytes, [=](const TestPicture& p) { return p.Blank(p.height, p.width, bytes); },
           with(rastelo::RotateQuarter), with(plain::RotateQuarter));
+      // Large enough to go past the caches where a row happens to be aligned.
+      const TestPicture large = MakePicture(1201, 4100 / bytes, bytes, Content::kNoise);
+      TestPicture ours = large.Blank(large.height, large.width, bytes), expected = ours;
+      with(plain::RotateQuarter)(large.Pixels(), expected.Pixels());
+      OnEveryTarget([&] {
+        with(rastelo::RotateQuarter)(large.Pixels(), ours.Pixels());
+        EXPECT_TRUE(ours.bits == expected.bits) << bytes;
+      });
     }
   }
 }
