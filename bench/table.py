@@ -15,8 +15,8 @@ def read_goals():
     goals = {}
     for line in (pathlib.Path(__file__).parent / "goals.tsv").read_text().splitlines():
         if line and not line.startswith("#"):
-            operation, peer, small, large = line.split("\t")
-            goals[operation] = (peer, float(small), float(large))
+            operation, peer, *ratios = line.split("\t")
+            goals[operation] = (peer, [float(ratio) for ratio in ratios])
     return goals
 
 
@@ -43,6 +43,13 @@ def beside(row, peer):
     return row.get("plain") if peer == "plain code" else row.get("peer")
 
 
+def goal_at(ratios, side):
+    """Of two goals, that of 512 or of 4096, whichever is nearer; of more, that of 512, 1024, ..."""
+    if len(ratios) > 2:
+        return ratios[min((side // 1024).bit_length(), len(ratios) - 1)]
+    return ratios[0 if side <= 1024 else -1] if ratios else None
+
+
 def print_comparison(times, goals):
     print("| operation | size | content | ours | plain | peer | ours / peer | goal | peer is |")
     print("|---|---|---|---|---|---|---|---|---|")
@@ -50,8 +57,8 @@ def print_comparison(times, goals):
     for (operation, side, content), row in times:
         if len(row) < 2:
             continue
-        peer, small, large = goals.get(operation, ("", None, None))
-        goal = small if side <= 1024 else large
+        peer, ratios = goals.get(operation, ("", []))
+        goal = goal_at(ratios, side)
         ratio = row["ours"] / beside(row, peer) if beside(row, peer) else None
         is_missed = None not in (ratio, goal) and ratio > goal
         compared += 1
