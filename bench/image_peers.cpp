@@ -26,4 +26,21 @@ const int kDraws =
                                     }),
                     {.contents = {judge::Content::kPhoto}});
 
+const int kRows =
+    judge::Register("reverse rows", "peer",
+                    judge::PeerInPlace(24, [](cv::Mat& bgr) { cv::flip(bgr, bgr, 0); }),
+                    {.contents = {judge::Content::kPhoto}}) +
+    judge::Register("spread rows 8 bits", "peer",
+                    judge::PeerWork(8,
+                                    [](const cv::Mat& gray, cv::Mat& bgr) {
+                                      static cv::Mat turned;
+                                      cv::flip(gray, turned, 0);
+                                      cv::cvtColor(turned, bgr, cv::COLOR_GRAY2BGR);
+                                    }),
+                    {.contents = {judge::Content::kPhoto}}) +
+    judge::Register(
+        "spread rows 24 bits", "peer",
+        judge::PeerWork(24, [](const cv::Mat& bgr, cv::Mat& turned) { cv::flip(bgr, turned, 0); }),
+        {.contents = {judge::Content::kPhoto}});
+
 }  // namespace

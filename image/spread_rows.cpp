@@ -2,14 +2,52 @@
 
 #include <cstring>
 
-void rastelo::SpreadRowsTopFirst(ConstImageView pixels, int bitCount, ImageView topFirst) {
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "image/spread_rows.cpp"
+#include <hwy/foreach_target.h>
+// Behind foreach_target.h.
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace rastelo::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+void SpreadLevels(const std::uint8_t* from, std::ptrdiff_t count, std::uint8_t* to) {
+  const hn::ScalableTag<std::uint8_t> d;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  std::ptrdiff_t x = 0;
+  for (; x + lanes <= count; x += lanes) {
+    const auto levels = hn::LoadU(d, from + x);
+    hn::StoreInterleaved3(levels, levels, levels, d, to + 3 * x);
+  }
+  for (; x < count; ++x) to[3 * x] = to[3 * x + 1] = to[3 * x + 2] = from[x];
+}
+
+void SpreadRowsTopFirst(ConstImageView pixels, int bitCount, ImageView topFirst) {
   for (std::int32_t y = 0; y < pixels.height; ++y) {
     const std::uint8_t* from = pixels.Row(y);
     std::uint8_t* to = topFirst.Row(pixels.height - 1 - y);
-    if (bitCount == 24) {
+    if (bitCount == 24)
       std::memcpy(to, from, std::size_t{3} * static_cast<std::size_t>(pixels.width));
-      continue;
-    }
-    for (std::int32_t x = 0; x < pixels.width; ++x, to += 3) to[0] = to[1] = to[2] = from[x];
+    else
+      SpreadLevels(from, pixels.width, to);
   }
 }
+
+}  // namespace rastelo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace rastelo {
+
+HWY_EXPORT(SpreadRowsTopFirst);
+
+void SpreadRowsTopFirst(ConstImageView pixels, int bitCount, ImageView topFirst) {
+  HWY_DYNAMIC_DISPATCH(SpreadRowsTopFirst)(pixels, bitCount, topFirst);
+}
+
+}  // namespace rastelo
+
+#endif  // HWY_ONCE

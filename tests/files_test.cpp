@@ -8,6 +8,7 @@
 #include "bench/plain/image.h"
 #include "fuzz/jpeg_samples.h"
 #include "image/key_colour.h"
+#include "image/spread_rows.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "tests/allocations.h"
@@ -164,6 +165,18 @@ TEST(KeyColourPass, IsThePlainOneOnEveryTarget) {
     ExpectSameInPlace(
         3, [&](auto bgr) { withKeys(bgr, rastelo::ReduceToKeyColour); },
         [&](auto bgr) { withKeys(bgr, plain::ReduceToKeyColour); });
+  }
+}
+
+TEST(SpreadRows, IsThePlainOneOnEveryTarget) {
+  for (const int bytes : {1, 3}) {
+    const auto with = [=](auto spread) {
+      return
+          [=](rastelo::ConstImageView from, rastelo::ImageView to) { spread(from, 8 * bytes, to); };
+    };
+    ExpectSameTarget(
+        bytes, [](const TestPicture& p) { return p.Blank(p.width, p.height, 3); },
+        with(rastelo::SpreadRowsTopFirst), with(plain::SpreadRowsTopFirst));
   }
 }
 
