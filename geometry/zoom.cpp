@@ -15,7 +15,7 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include "platform/permute_bytes-inl.h"
+#include "image/pick_bytes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -30,9 +30,6 @@ using Words = hn::ScalableTag<std::uint16_t>;
 // Bytes of a strip of columns: all that is kept of one fits into the near cache. Divisible by the
 // bytes of a pixel and of a vector.
 constexpr std::int32_t kStripBytes = 4032;
-// Bytes picked at once, from twice as many of the source.
-constexpr std::int32_t kGroup = kPermutesPairs ? 64 : 16, kReach = 2 * kGroup;
-constexpr std::uint8_t kNone = 0x80;
 constexpr std::int32_t kParts = 16;
 // Bytes of a target that does not stay in the caches: written past them.
 constexpr std::ptrdiff_t kStreamFrom = std::ptrdiff_t{1} << 20;
@@ -62,51 +59,40 @@ class Picker {
   void Plan(std::int32_t count, std::int32_t sourceWidth) {
     count_ = count;
     const std::ptrdiff_t rowBytes = std::ptrdiff_t{sourceWidth} * kSourceBytes;
-    if (kSourceBytes != kTargetBytes || rowBytes < kReach) return;
+    if (kSourceBytes != kTargetBytes || rowBytes < kPickReach) return;
     const std::int32_t bytes = count * kTargetBytes;
-    for (; groups_ * kGroup < bytes; ++groups_) {
-      const std::int32_t first = groups_ * kGroup;
-      std::int32_t places[kGroup];
-      for (std::int32_t i = 0; i < kGroup; ++i) {
+    for (; groups_ * kPickGroup < bytes; ++groups_) {
+      const std::int32_t first = groups_ * kPickGroup;
+      std::int32_t places[kPickGroup];
+      for (std::int32_t i = 0; i < kPickGroup; ++i) {
         const std::int32_t byte = std::min(first + i, bytes - 1);
         places[i] = pixels[byte / kTargetBytes] * kSourceBytes + byte % kTargetBytes;
       }
-      const auto [lowest, highest] = std::minmax_element(places, places + kGroup);
-      const std::ptrdiff_t start = std::min<std::ptrdiff_t>(*lowest, rowBytes - kReach);
-      if (*highest - start >= kReach) return;
+      const auto [lowest, highest] = std::minmax_element(places, places + kPickGroup);
+      const std::ptrdiff_t start = std::min<std::ptrdiff_t>(*lowest, rowBytes - kPickReach);
+      if (*highest - start >= kPickReach) return;
       starts_[groups_] = start;
       span_ = std::max<std::ptrdiff_t>(span_, *highest - *lowest);
-      for (std::int32_t i = 0; i < kGroup; ++i) {
-        const auto offset = static_cast<std::uint8_t>(places[i] - start);
-        lows_[first + i] = kPermutesPairs || offset < kGroup ? offset : kNone;
-        highs_[first + i] = offset < kGroup ? kNone : static_cast<std::uint8_t>(offset - kGroup);
-      }
+      for (std::int32_t i = 0; i < kPickGroup; ++i)
+        SetPick(places[i] - start, lows_[first + i], highs_[first + i]);
     }
   }
 
   /// Fetches ahead what the group of target byte `byte` will pick.
   HWY_INLINE void Prefetch(const std::uint8_t* row, std::size_t byte) const {
-    const auto group = static_cast<std::int32_t>(byte / kGroup);
+    const auto group = static_cast<std::int32_t>(byte / kPickGroup);
     if (group >= groups_) return;
     for (std::ptrdiff_t line = 0; line < span_; line += 64)
       hwy::Prefetch(row + starts_[group] + line);
   }
 
   void Pick(const std::uint8_t* row, std::uint8_t* picked) const {
-    const hn::CappedTag<std::uint8_t, kGroup> d;
+    const hn::CappedTag<std::uint8_t, kPickGroup> d;
     for (std::int32_t group = 0; group < groups_; ++group) {
-      const std::uint8_t* from = row + starts_[group];
-      const std::ptrdiff_t first = std::ptrdiff_t{group} * kGroup;
-      const auto low = hn::LoadU(d, from), high = hn::LoadU(d, from + kGroup);
-      const auto lows = hn::Load(d, lows_ + first);
-      if constexpr (kPermutesPairs)
-        hn::Store(PermutePair(low, high, lows), d, picked + first);
-      else
-        hn::Store(hn::Or(hn::TableLookupBytesOr0(low, lows),
-                         hn::TableLookupBytesOr0(high, hn::Load(d, highs_ + first))),
-                  d, picked + first);
+      const std::ptrdiff_t first = std::ptrdiff_t{group} * kPickGroup;
+      hn::Store(PickGroup(row + starts_[group], lows_ + first, highs_ + first), d, picked + first);
     }
-    const std::int32_t done = groups_ * kGroup / kTargetBytes;
+    const std::int32_t done = groups_ * kPickGroup / kTargetBytes;
     if (done < count_)
       PickPixels<kSourceBytes, kTargetBytes>(row, pixels + done, count_ - done,
                                              picked + std::ptrdiff_t{done} * kTargetBytes);
@@ -114,7 +100,7 @@ class Picker {
 
  private:
   std::int32_t count_ = 0, groups_ = 0;  // planned groups, from the first on
-  std::ptrdiff_t starts_[kStripBytes / kGroup], span_ = 0;
+  std::ptrdiff_t starts_[kStripBytes / kPickGroup], span_ = 0;
   // Where in the first or the second half of its group's source a byte lies.
   HWY_ALIGN std::uint8_t lows_[kStripBytes], highs_[kStripBytes];
 };
@@ -292,17 +278,6 @@ class Strip {
   HWY_ALIGN std::uint8_t nextParts_[kStripBytes] = {}, mixed_[kStripBytes];
   Levels rows_[2];
 };
-
-/// Copies past the caches.
-void StreamBytes(const std::uint8_t* from, std::size_t count, std::uint8_t* to) {
-  const Bytes d;
-  const std::size_t lanes = hn::Lanes(d);
-  const std::size_t head = std::min(count, -reinterpret_cast<std::uintptr_t>(to) % lanes);
-  std::memcpy(to, from, head);
-  std::size_t i = head;
-  for (; i + lanes <= count; i += lanes) hn::Stream(hn::LoadU(d, from + i), d, to + i);
-  std::memcpy(to + i, from + i, count - i);
-}
 
 template <int kSourceBytes, int kTargetBytes>
 void ZoomPixels(ConstImageView source, ImageView target) {

@@ -10,7 +10,7 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include "platform/permute_bytes-inl.h"
+#include "image/pick_bytes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -77,50 +77,37 @@ void WidenPixels(ConstImageView bgr, std::uint8_t* surface, std::ptrdiff_t pitch
   if (streams) hwy::FlushStream();
 }
 
-// Bytes picked at once, from twice as many of the source.
-constexpr std::int32_t kGroup = kPermutesPairs ? 64 : 16, kReach = 2 * kGroup;
-constexpr std::uint8_t kNone = 0x80;
-
 /// Finds the groups whose source lies within reach of a lookup.
 void PlanPicks(std::int32_t width, ColumnPicks& picks) {
-  constexpr std::int32_t kPixels = kGroup / 4;
+  constexpr std::int32_t kPixels = kPickGroup / 4;
   picks.groups = 0;
   picks.row = nullptr;
-  for (; 3 * width >= kReach && (picks.groups + 1) * kPixels <= picks.count; ++picks.groups) {
+  for (; 3 * width >= kPickReach && (picks.groups + 1) * kPixels <= picks.count; ++picks.groups) {
     const std::int32_t* columns = picks.columns + std::ptrdiff_t{picks.groups} * kPixels;
     const auto [lowest, highest] = std::minmax_element(columns, columns + kPixels);
-    const std::int32_t start = std::min(3 * *lowest, 3 * width - kReach);
-    if (3 * *highest + 2 - start >= kReach) return;
+    const std::int32_t start = std::min(3 * *lowest, 3 * width - kPickReach);
+    if (3 * *highest + 2 - start >= kPickReach) return;
     picks.starts[picks.groups] = start;
-    for (std::int32_t i = 0; i < kGroup; ++i) {
-      const std::int32_t place = 3 * columns[i / 4] + i % 4 - start, to = picks.groups * kGroup + i;
-      const bool low = i % 4 < 3 && (kPermutesPairs || place < kGroup);
-      const bool high = i % 4 < 3 && place >= kGroup;
-      picks.lows[to] = low ? static_cast<std::uint8_t>(place) : kNone;
-      picks.highs[to] = high ? static_cast<std::uint8_t>(place - kGroup) : kNone;
+    for (std::int32_t i = 0; i < kPickGroup; ++i) {
+      const std::int32_t to = picks.groups * kPickGroup + i;
+      const std::int32_t place = 3 * columns[i / 4] + std::min(i % 4, 2);
+      SetPick(place - start, picks.lows[to], picks.highs[to]);
     }
   }
 }
 
 void PickRow(const std::uint8_t* row, const std::uint8_t* following, ColumnPicks& picks) {
-  const hn::CappedTag<std::uint8_t, kGroup> d;
+  const hn::CappedTag<std::uint8_t, kPickGroup> d;
+  const auto colours =
+      hn::BitCast(d, hn::Set(hn::Repartition<std::uint32_t, decltype(d)>(), 0xFFFFFF));
   for (std::int32_t group = 0; group < picks.groups; ++group) {
-    const std::uint8_t* from = row + picks.starts[group];
-    const std::ptrdiff_t first = std::ptrdiff_t{group} * kGroup;
+    const std::ptrdiff_t first = std::ptrdiff_t{group} * kPickGroup;
     hwy::Prefetch(following + picks.starts[group]);
-    const auto low = hn::LoadU(d, from), high = hn::LoadU(d, from + kGroup);
-    const auto lows = hn::Load(d, picks.lows + first);
-    if constexpr (kPermutesPairs) {
-      const auto colours =
-          hn::BitCast(d, hn::Set(hn::Repartition<std::uint32_t, decltype(d)>(), 0xFFFFFF));
-      hn::Store(hn::And(PermutePair(low, high, lows), colours), d, picks.picked + first);
-    } else {
-      hn::Store(hn::Or(hn::TableLookupBytesOr0(low, lows),
-                       hn::TableLookupBytesOr0(high, hn::Load(d, picks.highs + first))),
-                d, picks.picked + first);
-    }
+    const auto pixels =
+        PickGroup(row + picks.starts[group], picks.lows + first, picks.highs + first);
+    hn::Store(hn::And(pixels, colours), d, picks.picked + first);
   }
-  for (std::int32_t i = picks.groups * kGroup / 4; i < picks.count; ++i) {
+  for (std::int32_t i = picks.groups * kPickGroup / 4; i < picks.count; ++i) {
     std::uint8_t* to = picks.picked + std::ptrdiff_t{4} * i;
     std::memcpy(to, row + std::ptrdiff_t{3} * picks.columns[i], 3);
     to[3] = 0;
@@ -129,19 +116,13 @@ void PickRow(const std::uint8_t* row, const std::uint8_t* following, ColumnPicks
 
 void PickPixels(const std::uint8_t* row, const std::uint8_t* following, bool pastCaches,
                 ColumnPicks& picks, std::uint8_t* surface) {
-  const Bytes d;
   if (row != picks.row) PickRow(row, following, picks);
   picks.row = row;
   const std::size_t count = std::size_t{4} * static_cast<std::size_t>(picks.count);
-  if (!pastCaches) {
+  if (pastCaches)
+    StreamBytes(picks.picked, count, surface);
+  else
     std::memcpy(surface, picks.picked, count);
-    return;
-  }
-  std::size_t i = std::min(count, -reinterpret_cast<std::uintptr_t>(surface) % hn::Lanes(d));
-  std::memcpy(surface, picks.picked, i);
-  for (; i + hn::Lanes(d) <= count; i += hn::Lanes(d))
-    hn::Stream(hn::LoadU(d, picks.picked + i), d, surface + i);
-  std::memcpy(surface + i, picks.picked + i, count - i);
 }
 
 }  // namespace rastelo::HWY_NAMESPACE

@@ -1,0 +1,57 @@
+// Included once for each instruction set, behind hwy/foreach_target.h.
+#if defined(RASTELO_IMAGE_PICK_BYTES_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef RASTELO_IMAGE_PICK_BYTES_INL_H_
+#undef RASTELO_IMAGE_PICK_BYTES_INL_H_
+#else
+#define RASTELO_IMAGE_PICK_BYTES_INL_H_
+#endif
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/permute_bytes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace rastelo::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Bytes that are picked at once, from twice as many.
+constexpr std::int32_t kPickGroup = kPermutesPairs ? 64 : 16, kPickReach = 2 * kPickGroup;
+
+/// Notes in which half of a group's source, and where in it, the byte `offset` of it lies.
+inline void SetPick(std::ptrdiff_t offset, std::uint8_t& low, std::uint8_t& high) {
+  constexpr std::uint8_t kNone = 0x80;
+  const bool isLow = offset < kPickGroup;
+  low = kPermutesPairs || isLow ? static_cast<std::uint8_t>(offset) : kNone;
+  high = isLow ? kNone : static_cast<std::uint8_t>(offset - kPickGroup);
+}
+
+/// Picks a group. Reads kPickReach bytes of its source.
+HWY_INLINE auto PickGroup(const std::uint8_t* from, const std::uint8_t* lows,
+                          const std::uint8_t* highs) {
+  const hn::CappedTag<std::uint8_t, kPickGroup> d;
+  const auto first = hn::LoadU(d, from), second = hn::LoadU(d, from + kPickGroup);
+  if constexpr (kPermutesPairs)
+    return PermutePair(first, second, hn::Load(d, lows));
+  else
+    return hn::Or(hn::TableLookupBytesOr0(first, hn::Load(d, lows)),
+                  hn::TableLookupBytesOr0(second, hn::Load(d, highs)));
+}
+
+/// Copies past the caches. Needs hwy::FlushStream behind the last of many.
+inline void StreamBytes(const std::uint8_t* from, std::size_t count, std::uint8_t* to) {
+  const hn::ScalableTag<std::uint8_t> d;
+  const std::size_t lanes = hn::Lanes(d);
+  std::size_t i = std::min(count, -reinterpret_cast<std::uintptr_t>(to) % lanes);
+  std::memcpy(to, from, i);
+  for (; i + lanes <= count; i += lanes) hn::Stream(hn::LoadU(d, from + i), d, to + i);
+  std::memcpy(to + i, from + i, count - i);
+}
+
+}  // namespace rastelo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // toggle
