@@ -22,12 +22,23 @@ using Bytes = hn::ScalableTag<std::uint8_t>;
 using Words = hn::Repartition<std::uint16_t, Bytes>;
 using Word = hn::Vec<Words>;
 
+HWY_INLINE Word Even(hn::Vec<Bytes> bytes) {
+  return hn::And(hn::BitCast(Words(), bytes), hn::Set(Words(), 0xFF));
+}
+HWY_INLINE Word Odd(hn::Vec<Bytes> bytes) { return hn::ShiftRight<8>(hn::BitCast(Words(), bytes)); }
+
+/// The bytes that even and odd words hold in their low halves.
+HWY_INLINE hn::Vec<Bytes> Together(Word evens, Word odds) {
+  return hn::BitCast(Bytes(),
+                     hn::Or(hn::And(evens, hn::Set(Words(), 0xFF)), hn::ShiftLeft<8>(odds)));
+}
+
 /// How far ahead rows are fetched into the near cache.
 constexpr std::ptrdiff_t kAhead = 8192;
 
 /// The compiler would take products by constants apart into more work, and so these are none.
 struct Factors {
-  std::uint16_t blue = 14, green = 73, red = 37, thousandth = 33555, thousand = 125;
+  std::uint16_t blue = 14, green = 73, red = 37, thousandth = 33555, thousand = 1000;
 };
 const volatile Factors kFactors;
 
@@ -35,10 +46,9 @@ const volatile Factors kFactors;
 struct Divider {
   Word blue, green, red, thousandth, thousand;
 
-  /// The quotient, rounded down, for words that hold bytes; `exact` gets all bits of a word set
-  /// where S is a multiple of 1000.
-  HWY_INLINE Word operator()(Word b, Word g, Word r, Word& exact) const {
-    const Words d;
+  /// The quotient, rounded down, for words that hold bytes; `exact` tells where S is a multiple of
+  /// 1000.
+  HWY_INLINE Word operator()(Word b, Word g, Word r, hn::Mask<Words>& exact) const {
     // S = 8 * eighths + ones, eighths <= 31620; the quotient by 1000 is that of S >> 3 by 125.
     const auto eighths = hn::Add(hn::Add(hn::Mul(g, green), hn::Mul(b, blue)), hn::Mul(r, red));
     const auto greenAndRed = hn::Add(g, r);
@@ -47,9 +57,9 @@ struct Divider {
     const auto sum = hn::Add(eighths, hn::ShiftRight<3>(ones));
     // 125 * 33555 = 2^22 + 71, and 31875 * 71 < 2^22.
     const auto quotient = hn::ShiftRight<6>(hn::MulHigh(sum, thousandth));
-    const auto rest =
-        hn::Or(hn::Sub(sum, hn::Mul(quotient, thousand)), hn::And(ones, hn::Set(d, 7)));
-    exact = hn::VecFromMask(d, hn::Eq(rest, hn::Zero(d)));
+    // What is left is below 1000, and so its low 16 bits tell whether it is 0.
+    const auto low = hn::Add(hn::ShiftLeft<3>(eighths), ones);
+    exact = hn::Eq(low, hn::Mul(quotient, thousand));
     return quotient;
   }
 };
@@ -80,13 +90,16 @@ hn::Mask<Bytes> IsLowered(hn::Vec<Bytes> level) {
 
 /// Stores the levels of pixels of which some have a multiple of 1000 as their sum.
 void StoreSettled(hn::Vec<Bytes> blue, hn::Vec<Bytes> green, hn::Vec<Bytes> red,
-                  hn::Vec<Bytes> exact, hn::Vec<Bytes> levels, const std::uint8_t* pixel,
-                  std::uint8_t* level) {
+                  hn::Mask<Words> evenExact, hn::Mask<Words> oddExact, hn::Vec<Bytes> levels,
+                  const std::uint8_t* pixel, std::uint8_t* level) {
   const Bytes d;
   const auto neutral = hn::And(hn::Eq(blue, green), hn::Eq(green, red));
   const auto lowered = hn::VecFromMask(d, hn::And(neutral, IsLowered(blue)));
   hn::StoreU(hn::Add(levels, lowered), d, level);
+  if (hn::AllTrue(d, neutral)) return;
   std::uint64_t others = 0;
+  const auto exact =
+      Together(hn::VecFromMask(Words(), evenExact), hn::VecFromMask(Words(), oddExact));
   hn::StoreMaskBits(d, hn::AndNot(neutral, hn::MaskFromVec(exact)),
                     reinterpret_cast<std::uint8_t*>(&others));
   for (; others != 0; others &= others - 1) {
@@ -102,12 +115,6 @@ void BgrToGray(ConstImageView bgr, ImageView gray) {
                           hn::Set(words, kFactors.red), hn::Set(words, kFactors.thousandth),
                           hn::Set(words, kFactors.thousand)};
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-  const auto low = hn::Set(words, 0xFF);
-  const auto even = [&](auto v) { return hn::And(hn::BitCast(words, v), low); };
-  const auto odd = [&](auto v) { return hn::ShiftRight<8>(hn::BitCast(words, v)); };
-  const auto together = [&](auto evens, auto odds) {
-    return hn::BitCast(d, hn::Or(evens, hn::ShiftLeft<8>(odds)));
-  };
   const std::uint8_t* const pixelsEnd = bgr.Row(bgr.height);
   for (std::int32_t y = 0; y < bgr.height; ++y) {
     const std::uint8_t* pixel = bgr.Row(y);
@@ -118,17 +125,16 @@ void BgrToGray(ConstImageView bgr, ImageView gray) {
       for (std::ptrdiff_t i = 0; i < 3; ++i)
         hwy::Prefetch(pixel + std::min(kAhead + i * lanes, pixelsEnd - pixel));
       LoadPlanes(d, pixel, blue, green, red);
-      auto evenExact = hn::Zero(words), oddExact = evenExact;
-      const auto evens = divide(even(blue), even(green), even(red), evenExact);
-      const auto odds = divide(odd(blue), odd(green), odd(red), oddExact);
-      const auto levels = together(evens, odds);
+      auto evenExact = hn::FirstN(words, 0), oddExact = evenExact;
+      const auto evens = divide(Even(blue), Even(green), Even(red), evenExact);
+      const auto odds = divide(Odd(blue), Odd(green), Odd(red), oddExact);
+      const auto levels = Together(evens, odds);
       // Rounded sums are off by less than 2^-40, so that whole parts differ only where the sum is a
       // whole number: there it may come out below.
-      if (hn::AllTrue(words, hn::Eq(hn::Or(evenExact, oddExact), hn::Zero(words))))
+      if (hn::AllFalse(words, hn::Or(evenExact, oddExact)))
         hn::StoreU(levels, d, level);
       else
-        StoreSettled(blue, green, red, together(even(hn::BitCast(d, evenExact)), oddExact), levels,
-                     pixel, level);
+        StoreSettled(blue, green, red, evenExact, oddExact, levels, pixel, level);
     }
     for (; level < end; ++level, pixel += 3) *level = GrayLevel(pixel[0], pixel[1], pixel[2]);
   }
