@@ -30,8 +30,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 /// a step side by side, and the wave goes on from one band of rows to the next one.
 ///
 /// Rows come and go through parts of steps_ pixels, which are turned into the window and back.
-/// @tparam Operation  has a type Cell, which holds a pixel, constants kHalf, kRows and kVectors,
-/// and
+/// @tparam Operation  has a type Cell, which holds a pixel, and constants kHalf, kRows and
+/// kVectors;
 ///     tells what kVectors vectors of cells from an address on become, each cell reading its
 ///     neighbours up to kHalf rows and columns away at distances that Neighbour tells.
 template <class Operation>
