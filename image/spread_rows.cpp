@@ -1,6 +1,6 @@
 #include "image/spread_rows.h"
 
-#include <cstring>
+#include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "image/spread_rows.cpp"
@@ -29,7 +29,7 @@ void SpreadRowsTopFirst(ConstImageView pixels, int bitCount, ImageView topFirst)
     const std::uint8_t* from = pixels.Row(y);
     std::uint8_t* to = topFirst.Row(pixels.height - 1 - y);
     if (bitCount == 24)
-      std::memcpy(to, from, std::size_t{3} * static_cast<std::size_t>(pixels.width));
+      std::copy_n(from, std::ptrdiff_t{3} * pixels.width, to);
     else
       SpreadLevels(from, pixels.width, to);
   }
