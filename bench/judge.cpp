@@ -95,7 +95,8 @@ int Register(const std::string& operation, const std::string& variant, const Mak
 MakeWork InPlace(int bitCount, std::function<void(rastelo::ImageView)> work) {
   return [=](const Setting& setting) {
     const PixelStore& picture = setting.Picture(bitCount);
-    const auto copy = std::make_shared<PixelStore>(picture.Clone());
+    const auto copy =
+        std::make_shared<PixelStore>(PixelStore::Zeroed(setting.side, setting.side, bitCount));
     return Work{
         [=] { work(copy->Pixels()); },
         [=, &picture] { std::memcpy(copy->bits.get(), picture.bits.get(), copy->Bytes()); }};

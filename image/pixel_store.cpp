@@ -25,10 +25,4 @@ PixelStore PixelStore::Zeroed(std::int32_t width, std::int32_t height, int bitCo
   return store;
 }
 
-PixelStore PixelStore::Clone() const {
-  PixelStore copy = ForOverwrite(width, height, bitCount);
-  std::memcpy(copy.bits.get(), bits.get(), Bytes());
-  return copy;
-}
-
 }  // namespace rastelo
