@@ -211,7 +211,7 @@ class Wavefront {
       gray_.width < kLag * kRows + kReach + kMostSteps ? kFewestSteps : kMostSteps;
   const std::ptrdiff_t turn_ = std::max<std::ptrdiff_t>(gray_.width, kLag* kRows + kReach + steps_);
   std::ptrdiff_t column_ = 0;  // of a band's row 0 in the step to be worked on
-  alignas(64) std::uint8_t parts_[kSlots][kMostSteps] = {}, bytes_[kChunk][kSlots];
+  alignas(64) std::uint8_t parts_[kSlots][kMostSteps] = {}, bytes_[kChunk][kSlots] = {};
   alignas(64) Cell window_[(kKept + kChunk + 1) * kPitch] = {};
 };
 

@@ -182,7 +182,8 @@ class Strip {
   /// Adds up in the order of the definition, every product and sum rounded; a row of weight 0 adds
   /// nothing.
   void Mix(const Levels& row) {
-    Truncate([&]<int k>(Quarter<k>, std::size_t i) HWY_ATTR {
+    Truncate([&](auto quarter, std::size_t i) HWY_ATTR {
+      constexpr int k = quarter;
       return hn::Add(hn::Mul(Widen<k>(row.pixels + i), Weights<k>(pixelWeights_ + i)),
                      hn::Mul(Widen<k>(row.nexts + i), Weights<k>(nextWeights_ + i)));
     });
@@ -191,7 +192,8 @@ class Strip {
   void Mix(const Levels& row, const Levels& next, const Sample& v) {
     const Floats d;
     const auto rowWeight = hn::Set(d, v.pixelWeight), nextWeight = hn::Set(d, v.nextWeight);
-    Truncate([&]<int k>(Quarter<k>, std::size_t i) HWY_ATTR {
+    Truncate([&](auto quarter, std::size_t i) HWY_ATTR {
+      constexpr int k = quarter;
       const auto left = Weights<k>(pixelWeights_ + i), right = Weights<k>(nextWeights_ + i);
       auto sum = hn::Add(hn::Mul(Widen<k>(row.pixels + i), hn::Mul(left, rowWeight)),
                          hn::Mul(Widen<k>(row.nexts + i), hn::Mul(right, rowWeight)));
@@ -203,11 +205,11 @@ class Strip {
   /// Truncates the values below 256 that `at` gives for level k of each lane from byte i on.
   template <class At>
   void Truncate(At at) {
-    const auto level = [&]<int k>(Quarter<k> quarter, std::size_t i) HWY_ATTR {
+    const auto level = [&](auto quarter, std::size_t i) HWY_ATTR {
       // Beyond 2^23, the lowest bits of a float count ones.
       const auto whole = hn::Add(hn::Floor(at(quarter, i)), hn::Set(Floats(), 8388608.0f));
       const auto bits = hn::And(hn::BitCast(Lanes(), whole), hn::Set(Lanes(), 255));
-      return hn::ShiftLeft<8 * k>(bits);
+      return hn::ShiftLeft<8 * quarter>(bits);
     };
     Fill([&](std::size_t i) HWY_ATTR {
       const auto low = hn::Or(level(Quarter<0>(), i), level(Quarter<1>(), i));
@@ -271,7 +273,7 @@ class Strip {
   }
 
   std::int32_t bytes_;
-  const std::uint8_t* ahead_[2];
+  const std::uint8_t* ahead_[2] = {};
   bool copies_ = true, inParts_ = true;
   Picker<kSourceBytes, kTargetBytes> pixels_, nexts_;
   HWY_ALIGN float pixelWeights_[kStripBytes] = {}, nextWeights_[kStripBytes] = {};
