@@ -247,4 +247,11 @@ TEST(Segment, LeavesOtherDepthsAndEmptyImagesAsTheyAre) {
   }
 }
 
+TEST(GetImgAvgGray, IsTheTruncatedMean) {
+  CRastelo object = ObjectWith({{10, 20, 30}, {40, 50, 61}});
+  int average = -7;
+  EXPECT_EQ(ObjectProbe::GetImgAvgGray(object, &average), 1);
+  EXPECT_EQ(average, 35);
+}
+
 }  // namespace
