@@ -157,6 +157,7 @@ void DrawPicked(const Source& source, Span rows, Span columns, auto rowsOf, auto
   };
   trim(rows, rowsOf);
   trim(columns, columnsOf);
+  if (rows.first >= rows.end || columns.first >= columns.end) return;
   const auto rowAt = [&](std::int64_t row) {
     return source.pixels.Row(static_cast<std::int32_t>(rowsOf(row).first));
   };
