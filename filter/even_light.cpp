@@ -154,7 +154,7 @@ bool LiftStrip(ImageView gray, std::int32_t x, std::uint8_t brightest,
       row[i] = static_cast<std::uint8_t>(after);
     }
   }
-  return change != 0 || !hn::AllTrue(d, changes == hn::Zero(d));
+  return change != 0 || !hn::AllTrue(d, hn::Eq(changes, hn::Zero(d)));
 }
 
 void SumColumns(ConstImageView gray, int limit, std::span<ColumnLight> columns) {

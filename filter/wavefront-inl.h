@@ -53,10 +53,11 @@ class Wavefront {
   void Run() {
     const std::ptrdiff_t rows = gray_.height - kHalf - kFirst;
     if (rows <= 0 || gray_.width <= kFirst + kHalf) return;
-    const std::ptrdiff_t bands = (rows - 1) / kRows,
-                         end = bands * turn_ + gray_.width + kLag * (kHalf + rows - bands * kRows);
+    // A tall picture has more steps than 32 bits count.
+    const std::int64_t bands = (rows - 1) / kRows,
+                       end = bands * turn_ + gray_.width + kLag * (kHalf + rows - bands * kRows);
     column_ = turn_ - kReach - kLag * kHalf;
-    for (std::ptrdiff_t t = -kReach; t < end; t += steps_) {
+    for (std::int64_t t = -kReach; t < end; t += steps_) {
       TakeIn(t + kReach);
       for (std::ptrdiff_t i = 0; i < steps_ && t + i < end; i += kChunk) {
         std::memcpy(window_, window_ + kChunk * kPitch, (kKept * kPitch + kPad) * sizeof(Cell));
@@ -88,7 +89,7 @@ class Wavefront {
   Cell* Row0(std::ptrdiff_t step) { return window_ + step * kPitch + kPad; }
 
   /// Fills the parts with what the slots meet in steps_ steps from t on.
-  void TakeIn(std::ptrdiff_t t) {
+  void TakeIn(std::int64_t t) {
     ForParts(t, 0, kRows + 2 * kHalf, [&](auto slot, auto row, auto column) {
       if (row < 0 || row >= gray_.height) return;
       const Part part = PartOf(row, column);
@@ -96,7 +97,7 @@ class Wavefront {
       Copy(part.pixels, parts_[slot] + part.from, part.count);
     });
   }
-  void PutBack(std::ptrdiff_t t) {
+  void PutBack(std::int64_t t) {
     ForParts(t, kHalf, kHalf + kRows, [&](auto slot, auto row, auto column) {
       if (row < kFirst || row >= gray_.height - kHalf) return;
       const Part part = PartOf(row, column);
@@ -186,10 +187,12 @@ class Wavefront {
   /// Calls `copy` with the slots [slot, end) and the rows and columns that they meet in steps_
   /// steps from t on.
   template <class Function>
-  void ForParts(std::ptrdiff_t t, std::ptrdiff_t slot, std::ptrdiff_t end,
+  void ForParts(std::int64_t t, std::ptrdiff_t slot, std::ptrdiff_t end,
                 const Function& copy) const {
-    const std::ptrdiff_t position = t - kLag * slot, band = (position + turn_) / turn_ - 1;
-    std::ptrdiff_t column = position - band * turn_, row = kFirst - kHalf + band * kRows + slot;
+    const std::int64_t position = t - kLag * slot;
+    const auto band = static_cast<std::ptrdiff_t>((position + turn_) / turn_ - 1);
+    auto column = static_cast<std::ptrdiff_t>(position - std::int64_t{turn_} * band);
+    std::ptrdiff_t row = kFirst - kHalf + band * kRows + slot;
     for (; slot < end; ++slot, ++row) {
       copy(slot, row, column);
       if (column + steps_ > turn_) copy(slot, row + kRows, column - turn_);

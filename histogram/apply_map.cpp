@@ -14,7 +14,7 @@ namespace rastelo::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 /// Where bytes cannot be permuted, Highway goes through memory, and a plain loop is faster.
-constexpr bool kPermutesBytes = HWY_TARGET != HWY_EMU128 && HWY_TARGET != HWY_SCALAR;
+constexpr bool kPermutesBytes = HWY_TARGET != HWY_EMU128;
 
 /// The entries that levels choose. Where no instruction picks from many bytes, by the low four bits
 /// from each sixteen entries, and then by halves.

@@ -63,15 +63,10 @@ void TransposeBlocks(D d, hn::Vec<D>* a) {
 template <class D>
 void Transpose16(D d, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
                  std::ptrdiff_t toPitch) {
-  if constexpr (hn::MaxLanes(D()) >= 16) {
-    hn::Vec<D> a[16];
-    for (int i = 0; i < 16; ++i) a[i] = LoadBlocks(d, from + i * fromPitch, 16 * fromPitch);
-    TransposeBlocks(d, a);
-    for (int i = 0; i < 16; ++i) hn::StoreU(a[i], d, to + i * toPitch);
-  } else {
-    for (int x = 0; x < 16; ++x)
-      for (int y = 0; y < 16; ++y) to[x * toPitch + y] = from[y * fromPitch + x];
-  }
+  hn::Vec<D> a[16];
+  for (int i = 0; i < 16; ++i) a[i] = LoadBlocks(d, from + i * fromPitch, 16 * fromPitch);
+  TransposeBlocks(d, a);
+  for (int i = 0; i < 16; ++i) hn::StoreU(a[i], d, to + i * toPitch);
 }
 
 /// Turns as many bytes of 16 rows as `d` has lanes, at least 16.

@@ -197,15 +197,26 @@ TEST(BuildBitmapInfo, HoldsAGrayRamp) {
 }
 
 TEST(WidenPixels, PutsAZeroBehindEachOnEveryTarget) {
+  const auto widen = [](auto bgr, auto surface) {
+    for (std::int32_t y = 0; y < bgr.height; ++y)
+      for (std::int32_t i = 0; i < 4 * bgr.width; ++i)
+        surface.Row(y)[i] =
+            i % 4 == 3 ? std::uint8_t{0} : bgr.Row(y)[std::ptrdiff_t{3} * (i / 4) + i % 4];
+  };
   ExpectSameTarget(
       3, [](const TestPicture& bgr) { return bgr.Blank(bgr.width, bgr.height, 4); },
       [](auto bgr, auto surface) { rastelo::WidenPixels(bgr, surface.Row(0), surface.pitch); },
-      [](auto bgr, auto surface) {
-        for (std::int32_t y = 0; y < bgr.height; ++y)
-          for (std::int32_t i = 0; i < 4 * bgr.width; ++i)
-            surface.Row(y)[i] =
-                i % 4 == 3 ? std::uint8_t{0} : bgr.Row(y)[std::ptrdiff_t{3} * (i / 4) + i % 4];
-      });
+      widen);
+  // Past the caches, upwards as devices are drawn on, rows at any alignment.
+  const TestPicture large = MakePicture(1031, 260, 3, Content::kNoise);
+  TestPicture expected = large.Blank(1031, 260, 4);
+  rastelo::ImageView upwards{expected.Pixels().Row(259), 1031, 260, -expected.Pixels().pitch};
+  widen(large.Pixels(), upwards);
+  OnEveryTarget([&] {
+    TestPicture surface = large.Blank(1031, 260, 4);
+    rastelo::WidenPixels(large.Pixels(), surface.Pixels().Row(259), upwards.pitch);
+    EXPECT_TRUE(surface.bits == expected.bits);
+  });
 }
 
 }  // namespace

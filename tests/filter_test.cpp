@@ -185,6 +185,16 @@ TEST(ImgAverageLight, LiftsDarkColumns) {
   }
 }
 
+TEST(EvenLight, AddsUpSquaresBeyond32Bits) {
+  TestPicture white = TestPicture{}.Blank(65, 66100, 1);
+  std::fill(white.bits.begin(), white.bits.end(), std::uint8_t{255});
+  OnEveryTarget([&] {
+    std::vector<rastelo::ColumnLight> columns(65);
+    rastelo::MeasureColumns(white.Pixels(), 255, columns);
+    for (const auto& column : columns) EXPECT_EQ(column.squares, std::int64_t{66100} * 255 * 255);
+  });
+}
+
 TEST(EvenLight, IsThePlainOneOnEveryTarget) {
   for (const int limit : {-1, 100, 255}) {
     ExpectSameInPlace(

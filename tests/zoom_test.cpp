@@ -57,10 +57,13 @@ TEST(ZoomBilinear, IsThePlainOneOnEveryTarget) {
 TEST(ZoomBilinear, IsThePlainOneBeyondOneStripOfColumns) {
   const TestPicture source = MakePicture(3001, 5, 3, Content::kNoise);
   for (const std::int32_t width : {1500, 3001, 4115, 6002}) {
-    TestPicture target = source.Blank(width, 60, 3), expected = target;  // up to 1.03 MiB
-    rastelo::ZoomBilinear(source.Pixels(), 3, target.Pixels(), 3);
+    TestPicture expected = source.Blank(width, 60, 3);  // up to 1.03 MiB
     plain::ZoomBilinear(source.Pixels(), expected.Pixels(), 3);
-    EXPECT_TRUE(target.bits == expected.bits) << width;
+    OnEveryTarget([&] {
+      TestPicture target = source.Blank(width, 60, 3);
+      rastelo::ZoomBilinear(source.Pixels(), 3, target.Pixels(), 3);
+      EXPECT_TRUE(target.bits == expected.bits) << width;
+    });
   }
 }
 
