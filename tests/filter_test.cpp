@@ -123,10 +123,10 @@ TEST(PixelFilters, AreThePlainOnesOnEveryTarget) {
   ExpectSameWaves(rastelo::ApplySobel, plain::ApplySobel);
   ExpectSameInPlace(1, rastelo::InvertBytes, plain::InvertBytes);
   for (const int threshold : {INT_MIN, 0, 1, 128, 255, 256, INT_MAX}) {
-    for (const auto& [low, high] : {std::pair(true, true), {true, false}, {false, true}}) {
+    for (const auto& ends : {std::pair(true, true), {true, false}, {false, true}}) {
       ExpectSameInPlace(
-          1, [&](auto gray) { rastelo::PushLevels(gray, threshold, low, high); },
-          [&](auto gray) { plain::PushLevels(gray, threshold, low, high); });
+          1, [&](auto gray) { rastelo::PushLevels(gray, threshold, ends.first, ends.second); },
+          [&](auto gray) { plain::PushLevels(gray, threshold, ends.first, ends.second); });
     }
   }
   const double steps[][2] = {{0, 1.0 / 81}, {1, 1},       {-3, 1},       {-0.55, 0.3},
