@@ -107,16 +107,8 @@ TEST(PixelFilters, PushAndComplementLevels) {
 /// Of pictures whose rows lie so many above each other that a wave of rows passes several times.
 void ExpectSameWaves(auto ours, auto plain) {
   ExpectSameInPlace(1, ours, plain);
-  for (const auto& [width, height] : {std::pair(530, 300), {701, 270}, {452, 133}}) {
-    const TestPicture picture = MakePicture(width, height, 1, Content::kSoft);
-    TestPicture expected = picture;
-    plain(expected.Pixels());
-    OnEveryTarget([&] {
-      TestPicture changed = picture;
-      ours(changed.Pixels());
-      ASSERT_TRUE(changed.bits == expected.bits) << picture.name;
-    });
-  }
+  for (const auto& [width, height] : {std::pair(530, 300), {701, 270}, {452, 133}})
+    ExpectSameInPlace(MakePicture(width, height, 1, Content::kSoft), ours, plain);
 }
 
 TEST(PixelFilters, AreThePlainOnesOnEveryTarget) {

@@ -77,17 +77,22 @@ void ForAwkwardPictures(int pixelBytes, const std::function<void(const TestPictu
   }
 }
 
+void ExpectSameInPlace(const TestPicture& picture,
+                       const std::function<void(rastelo::ImageView)>& ours,
+                       const std::function<void(rastelo::ImageView)>& plain) {
+  TestPicture expected = picture;
+  plain(expected.Pixels());
+  OnEveryTarget([&] {
+    TestPicture changed = picture;
+    ours(changed.Pixels());
+    ASSERT_TRUE(changed.bits == expected.bits) << picture.name;
+  });
+}
+
 void ExpectSameInPlace(int pixelBytes, const std::function<void(rastelo::ImageView)>& ours,
                        const std::function<void(rastelo::ImageView)>& plain) {
-  ForAwkwardPictures(pixelBytes, [&](const TestPicture& picture) {
-    TestPicture expected = picture;
-    plain(expected.Pixels());
-    OnEveryTarget([&] {
-      TestPicture changed = picture;
-      ours(changed.Pixels());
-      ASSERT_TRUE(changed.bits == expected.bits) << picture.name;
-    });
-  });
+  ForAwkwardPictures(pixelBytes,
+                     [&](const TestPicture& picture) { ExpectSameInPlace(picture, ours, plain); });
 }
 
 void ExpectSameTarget(int pixelBytes,

@@ -31,8 +31,11 @@ TestPicture MakePicture(std::int32_t width, std::int32_t height, int pixelBytes,
 /// some larger odd sizes.
 void ForAwkwardPictures(int pixelBytes, const std::function<void(const TestPicture&)>& check);
 
-/// Expects that both leave the same bytes, those behind the rows included, in every awkward
-/// picture and on every instruction set.
+/// Expects that both leave the same bytes, those behind the rows included, on every instruction
+/// set: in one picture, or in every awkward one.
+void ExpectSameInPlace(const TestPicture& picture,
+                       const std::function<void(rastelo::ImageView)>& ours,
+                       const std::function<void(rastelo::ImageView)>& plain);
 void ExpectSameInPlace(int pixelBytes, const std::function<void(rastelo::ImageView)>& ours,
                        const std::function<void(rastelo::ImageView)>& plain);
 
