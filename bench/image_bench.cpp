@@ -30,6 +30,7 @@ judge::MakeWork Draw(bool stretches) {
   };
 }
 const judge::Range kOneContent = {.contents = {judge::Content::kPhoto}};
+
 template <class Convert>
 judge::MakeWork Spread(int bits, Convert convert) {
   return judge::ToTarget(
