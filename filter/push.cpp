@@ -21,9 +21,10 @@ void PushLevels(ImageView gray, int threshold, bool clearLow, bool raiseHigh) {
     std::uint8_t* row = gray.Row(y);
     for (std::int32_t x = 0; x < gray.width; ++x) {
       const std::uint8_t level = row[x];
-      const auto low = static_cast<std::uint8_t>((level & kept) | raisedLow);
-      const auto high = static_cast<std::uint8_t>(level | raised);
-      row[x] = level <= lastLow ? low : high;
+      // Without a branch, which the last levels of rows of noise would mislead.
+      const auto low = static_cast<std::uint8_t>(-static_cast<int>(level <= lastLow));
+      row[x] = static_cast<std::uint8_t>((((level & kept) | raisedLow) & low) |
+                                         ((level | raised) & ~low));
     }
   }
 }
