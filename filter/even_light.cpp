@@ -12,6 +12,8 @@
 // Behind foreach_target.h.
 #include <hwy/highway.h>
 
+#include "image/even_odd-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
@@ -24,15 +26,6 @@ using Pairs = hn::Repartition<std::uint32_t, Bytes>;
 constexpr std::size_t kStrip = 512;  // columns whose sums stay in the near cache
 
 std::size_t Lanes() { return hn::Lanes(Bytes()); }
-
-hn::Vec<Words> Even(hn::Vec<Bytes> bytes) {
-  return hn::And(hn::BitCast(Words(), bytes), hn::Set(Words(), 0xFF));
-}
-hn::Vec<Words> Odd(hn::Vec<Bytes> bytes) { return hn::ShiftRight<8>(hn::BitCast(Words(), bytes)); }
-hn::Vec<Pairs> Even(hn::Vec<Words> words) {
-  return hn::And(hn::BitCast(Pairs(), words), hn::Set(Pairs(), 0xFFFF));
-}
-hn::Vec<Pairs> Odd(hn::Vec<Words> words) { return hn::ShiftRight<16>(hn::BitCast(Pairs(), words)); }
 
 auto IsAtMost(hn::Vec<Bytes> levels, std::uint8_t limit) {
   return hn::Eq(hn::Min(levels, hn::Set(Bytes(), limit)), levels);

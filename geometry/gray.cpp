@@ -11,6 +11,7 @@
 // Behind foreach_target.h.
 #include <hwy/highway.h>
 
+#include "image/even_odd-inl.h"
 #include "image/planes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -21,11 +22,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Bytes = hn::ScalableTag<std::uint8_t>;
 using Words = hn::Repartition<std::uint16_t, Bytes>;
 using Word = hn::Vec<Words>;
-
-HWY_INLINE Word Even(hn::Vec<Bytes> bytes) {
-  return hn::And(hn::BitCast(Words(), bytes), hn::Set(Words(), 0xFF));
-}
-HWY_INLINE Word Odd(hn::Vec<Bytes> bytes) { return hn::ShiftRight<8>(hn::BitCast(Words(), bytes)); }
 
 /// The bytes that even and odd words hold in their low halves.
 HWY_INLINE hn::Vec<Bytes> Together(Word evens, Word odds) {

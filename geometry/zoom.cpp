@@ -15,6 +15,7 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include "image/even_odd-inl.h"
 #include "image/pick_bytes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -251,12 +252,10 @@ class Strip {
     const auto parts = static_cast<std::uint16_t>(v.nextWeight * kParts);
     const auto rowParts = hn::Set(d, static_cast<std::uint16_t>(kParts - parts));
     const auto nextParts = hn::Set(d, parts), all = hn::Set(d, std::uint16_t{kParts});
-    const auto even = [&](const std::uint8_t* bytes) HWY_ATTR {
-      return hn::And(hn::BitCast(d, hn::Load(Bytes(), bytes)), hn::Set(d, std::uint16_t{255}));
-    };
-    const auto odd = [&](const std::uint8_t* bytes) HWY_ATTR {
-      return hn::ShiftRight<8>(hn::BitCast(d, hn::Load(Bytes(), bytes)));
-    };
+    const auto even = [](const std::uint8_t* bytes)
+                          HWY_ATTR { return Even(hn::Load(Bytes(), bytes)); };
+    const auto odd = [](const std::uint8_t* bytes)
+                         HWY_ATTR { return Odd(hn::Load(Bytes(), bytes)); };
     const auto mix = [&](auto half, std::size_t i) HWY_ATTR {
       const auto right = half(nextParts_ + i), left = hn::Sub(all, right);
       const auto above =
