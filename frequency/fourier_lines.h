@@ -17,9 +17,9 @@ std::shared_ptr<Complex[]> MakeFourierFactors(int exponent);
 /// in `exponent` stages of decimation in frequency (Gentleman and Sande 1966), without a scale
 /// factor.
 struct FourierLines {
-  /// Takes the memory for `lines` lines: 17 bytes an element of one line, or of kLanes lines from
-  /// 4 * kLanes on. `factors`, which must stay, are those of `factorExponent`, which may be larger
-  /// than `exponent`. Throws std::bad_alloc.
+  /// Takes the memory for `lines` lines: 17 bytes an element of one line, or of as many as go side
+  /// by side and by turns. `factors`, which must stay, are those of `factorExponent`, which may be
+  /// larger than `exponent`. Throws std::bad_alloc.
   FourierLines(int exponent, std::int32_t lines, const Complex* factors, int factorExponent);
 
   /// out(H * u + y) = the transform of row y at u, of the first elements of H rows of levels.
@@ -38,10 +38,12 @@ struct FourierLines {
   std::int32_t lines;
   std::ptrdiff_t side;     // 2^exponent
   std::ptrdiff_t lanes;    // how many lines go side by side at most, 1 or kLanes
+  std::ptrdiff_t groups;   // how many groups of them go by turns, so that the rows' stores spread
+                           // over the sets of the near cache, which keeps an eighth of each group
   const Complex* factors;  // those of this exponent, `factorStep` apart
   std::ptrdiff_t factorStep;
-  std::shared_ptr<double[]> work;         // 2 * lanes * side
-  std::shared_ptr<std::uint8_t[]> bytes;  // lanes * side
+  std::shared_ptr<double[]> work;         // 2 * groups * lanes * side
+  std::shared_ptr<std::uint8_t[]> bytes;  // groups * lanes * side
 };
 
 }  // namespace rastelo

@@ -18,29 +18,36 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// One vector of coefficients and their cells.
+/// One vector of coefficients, whose squares it returns.
 template <class D>
-HWY_INLINE void CutLanes(D d, double largestSquare, Complex* coefficients, std::uint8_t* cells) {
+HWY_INLINE hn::Vec<D> CutLanes(D d, double largestSquare, Complex* coefficients) {
   using V = hn::Vec<D>;
   V re = hn::Zero(d), im = re;
   hn::LoadInterleaved2(d, &coefficients->re, re, im);
   const V square = SquaredMagnitude(re, im);
   const auto stays = hn::Le(square, hn::Set(d, largestSquare));
-  const hn::Rebind<std::uint8_t, D> byte;
-  hn::StoreU(MagnitudeBytes(d, hn::IfThenElseZero(stays, square)), byte, cells);
-  if (hn::AllTrue(d, stays)) return;
-  hn::StoreInterleaved2(hn::IfThenElseZero(stays, re), hn::IfThenElseZero(stays, im), d,
-                        &coefficients->re);
+  if (!hn::AllTrue(d, stays))
+    hn::StoreInterleaved2(hn::IfThenElseZero(stays, re), hn::IfThenElseZero(stays, im), d,
+                          &coefficients->re);
+  return hn::IfThenElseZero(stays, square);
 }
 
 void CutPart(Complex* coefficients, std::ptrdiff_t count, double largestSquare,
              std::uint8_t* cells) {
   const hn::CappedTag<double, 8> d;
   const hn::CappedTag<double, 1> single;
+  const hn::Rebind<std::uint8_t, hn::Repartition<float, decltype(d)>> bytes;
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
   std::ptrdiff_t i = 0;
-  for (; i + lanes <= count; i += lanes) CutLanes(d, largestSquare, coefficients + i, cells + i);
-  for (; i < count; ++i) CutLanes(single, largestSquare, coefficients + i, cells + i);
+  for (; i + 2 * lanes <= count; i += 2 * lanes) {
+    const auto low = CutLanes(d, largestSquare, coefficients + i);
+    const auto high = CutLanes(d, largestSquare, coefficients + i + lanes);
+    hn::StoreU(MagnitudeBytes(d, low, high), bytes, cells + i);
+  }
+  for (; i < count; ++i) {
+    const auto square = CutLanes(single, largestSquare, coefficients + i);
+    cells[i] = hn::GetLane(MagnitudeBytes(single, square, square));
+  }
 }
 
 void CutSquares(Complex* coefficients, std::ptrdiff_t width, std::ptrdiff_t height,
