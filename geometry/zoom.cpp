@@ -64,18 +64,16 @@ class Picker {
     const std::int32_t bytes = count * kTargetBytes;
     for (; groups_ * kPickGroup < bytes; ++groups_) {
       const std::int32_t first = groups_ * kPickGroup;
-      std::int32_t places[kPickGroup];
+      std::ptrdiff_t places[kPickGroup];
       for (std::int32_t i = 0; i < kPickGroup; ++i) {
         const std::int32_t byte = std::min(first + i, bytes - 1);
-        places[i] = pixels[byte / kTargetBytes] * kSourceBytes + byte % kTargetBytes;
+        places[i] =
+            std::ptrdiff_t{pixels[byte / kTargetBytes]} * kSourceBytes + byte % kTargetBytes;
       }
-      const auto [lowest, highest] = std::minmax_element(places, places + kPickGroup);
-      const std::ptrdiff_t start = std::min<std::ptrdiff_t>(*lowest, rowBytes - kPickReach);
-      if (*highest - start >= kPickReach) return;
-      starts_[groups_] = start;
-      span_ = std::max<std::ptrdiff_t>(span_, *highest - *lowest);
-      for (std::int32_t i = 0; i < kPickGroup; ++i)
-        SetPick(places[i] - start, lows_[first + i], highs_[first + i]);
+      const auto start = PlanGroup(places, rowBytes, lows_ + first, highs_ + first);
+      if (!start) return;
+      starts_[groups_] = *start;
+      span_ = std::max(span_, *std::max_element(places, places + kPickGroup) - *start);
     }
   }
 

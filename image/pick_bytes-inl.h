@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "platform/permute_bytes-inl.h"
 
@@ -21,15 +22,26 @@ namespace hn = hwy::HWY_NAMESPACE;
 /// Bytes that are picked at once, from twice as many.
 constexpr std::int32_t kPickGroup = kPermutesPairs ? 64 : 16, kPickReach = 2 * kPickGroup;
 
-/// Notes in which half of a group's source, and where in it, the byte `offset` of it lies.
-inline void SetPick(std::ptrdiff_t offset, std::uint8_t& low, std::uint8_t& high) {
+/// Finds where a group picks from a row of `rowBytes` bytes, at least kPickReach.
+/// @param places  of its bytes in the row.
+/// @return where its source of kPickReach bytes starts; nothing if the places lie farther apart.
+inline std::optional<std::ptrdiff_t> PlanGroup(const std::ptrdiff_t (&places)[kPickGroup],
+                                               std::ptrdiff_t rowBytes, std::uint8_t* lows,
+                                               std::uint8_t* highs) {
   constexpr std::uint8_t kNone = 0x80;
-  const bool isLow = offset < kPickGroup;
-  low = kPermutesPairs || isLow ? static_cast<std::uint8_t>(offset) : kNone;
-  high = isLow ? kNone : static_cast<std::uint8_t>(offset - kPickGroup);
+  const auto [lowest, highest] = std::minmax_element(places, places + kPickGroup);
+  const std::ptrdiff_t start = std::min<std::ptrdiff_t>(*lowest, rowBytes - kPickReach);
+  if (*highest - start >= kPickReach) return std::nullopt;
+  for (std::int32_t i = 0; i < kPickGroup; ++i) {
+    const std::ptrdiff_t offset = places[i] - start;
+    const bool isLow = offset < kPickGroup;
+    lows[i] = kPermutesPairs || isLow ? static_cast<std::uint8_t>(offset) : kNone;
+    highs[i] = isLow ? kNone : static_cast<std::uint8_t>(offset - kPickGroup);
+  }
+  return start;
 }
 
-/// Picks a group. Reads kPickReach bytes of its source.
+/// Picks a group as PlanGroup has noted it. Reads kPickReach bytes of its source.
 HWY_INLINE auto PickGroup(const std::uint8_t* from, const std::uint8_t* lows,
                           const std::uint8_t* highs) {
   const hn::CappedTag<std::uint8_t, kPickGroup> d;

@@ -84,15 +84,14 @@ void PlanPicks(std::int32_t width, ColumnPicks& picks) {
   picks.row = nullptr;
   for (; 3 * width >= kPickReach && (picks.groups + 1) * kPixels <= picks.count; ++picks.groups) {
     const std::int32_t* columns = picks.columns + std::ptrdiff_t{picks.groups} * kPixels;
-    const auto [lowest, highest] = std::minmax_element(columns, columns + kPixels);
-    const std::int32_t start = std::min(3 * *lowest, 3 * width - kPickReach);
-    if (3 * *highest + 2 - start >= kPickReach) return;
-    picks.starts[picks.groups] = start;
-    for (std::int32_t i = 0; i < kPickGroup; ++i) {
-      const std::int32_t to = picks.groups * kPickGroup + i;
-      const std::int32_t place = 3 * columns[i / 4] + std::min(i % 4, 2);
-      SetPick(place - start, picks.lows[to], picks.highs[to]);
-    }
+    std::ptrdiff_t places[kPickGroup];
+    for (std::int32_t i = 0; i < kPickGroup; ++i)
+      places[i] = std::ptrdiff_t{3} * columns[i / 4] + std::min(i % 4, 2);
+    const std::ptrdiff_t first = std::ptrdiff_t{picks.groups} * kPickGroup;
+    const auto start =
+        PlanGroup(places, std::ptrdiff_t{3} * width, picks.lows + first, picks.highs + first);
+    if (!start) return;
+    picks.starts[picks.groups] = static_cast<std::int32_t>(*start);
   }
 }
 
