@@ -176,6 +176,7 @@ class Wavefront {
                          to = std::min<std::ptrdiff_t>(gray_.width - column, steps_);
     return {gray_.Row(static_cast<std::int32_t>(row)) + column + from, from, to - from};
   }
+  /// Nearly all parts have one of two lengths, for which no call is needed.
   static void Copy(const std::uint8_t* from, std::uint8_t* to, std::ptrdiff_t count) {
     if (count % kFewestSteps != 0) {
       if (count > 0) std::memcpy(to, from, static_cast<std::size_t>(count));
