@@ -67,8 +67,8 @@ class Picker {
       std::ptrdiff_t places[kPickGroup];
       for (std::int32_t i = 0; i < kPickGroup; ++i) {
         const std::int32_t byte = std::min(first + i, bytes - 1);
-        places[i] =
-            std::ptrdiff_t{pixels[byte / kTargetBytes]} * kSourceBytes + byte % kTargetBytes;
+        const std::ptrdiff_t pixel = pixels[byte / kTargetBytes];
+        places[i] = pixel * kSourceBytes + byte % kTargetBytes;
       }
       const auto start = PlanGroup(places, rowBytes, lows_ + first, highs_ + first);
       if (!start) return;

@@ -85,8 +85,10 @@ void PlanPicks(std::int32_t width, ColumnPicks& picks) {
   for (; 3 * width >= kPickReach && (picks.groups + 1) * kPixels <= picks.count; ++picks.groups) {
     const std::int32_t* columns = picks.columns + std::ptrdiff_t{picks.groups} * kPixels;
     std::ptrdiff_t places[kPickGroup];
-    for (std::int32_t i = 0; i < kPickGroup; ++i)
-      places[i] = std::ptrdiff_t{3} * columns[i / 4] + std::min(i % 4, 2);
+    for (std::int32_t i = 0; i < kPickGroup; ++i) {
+      const std::ptrdiff_t column = columns[i / 4];
+      places[i] = 3 * column + std::min(i % 4, 2);
+    }
     const std::ptrdiff_t first = std::ptrdiff_t{picks.groups} * kPickGroup;
     const auto start =
         PlanGroup(places, std::ptrdiff_t{3} * width, picks.lows + first, picks.highs + first);
