@@ -16,13 +16,15 @@ using rastelo::ObjectProbe;
 
 namespace {
 
-/// What the codec makes go wrong; the linker leads the library's calls through the functions below.
+/// What goes wrong in this thread's calls of the codec; the linker leads the library's through the
+/// functions below.
 struct CodecFaults {
   bool init = false, free = false, memory = false;
-} codecFaults;
+};
+thread_local CodecFaults codecFaults;
 
-/// Rows that the codec has been asked for.
-std::size_t decodedRows = 0;
+/// Rows that this thread has asked the codec for.
+thread_local std::size_t decodedRows = 0;
 
 }  // namespace
 

@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-/// Which of the library's calls on files to come fails: 0 the next one, -1 none. The test program
-/// leads them through functions of its own.
+/// Which of this thread's calls on files to come fails: 0 the next one, -1 none. The test program
+/// leads the library's calls through functions of its own.
 struct FileFaults {
   int read = -1, endOfFile = -1, write = -1, close = -1;
   int kind = -1;  // asked of a file that is being opened
@@ -13,9 +13,9 @@ struct FileFaults {
 
   static bool Strikes(int& countdown) { return countdown >= 0 && countdown-- == 0; }
 };
-extern FileFaults fileFaults;
+extern constinit thread_local FileFaults fileFaults;
 
-/// What they have read.
-extern std::size_t fileBytesRead;
+/// What this thread's calls have read.
+extern constinit thread_local std::size_t fileBytesRead;
 
 #endif  // RASTELO_TESTS_FILE_FAULTS_H

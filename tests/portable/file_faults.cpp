@@ -8,8 +8,8 @@
 #include <cerrno>
 #include <utility>
 
-FileFaults fileFaults;
-std::size_t fileBytesRead = 0;
+constinit thread_local FileFaults fileFaults;
+constinit thread_local std::size_t fileBytesRead = 0;
 
 static bool Fails(int& countdown) {
   if (!FileFaults::Strikes(countdown)) return false;

@@ -6,8 +6,8 @@
 
 #include "tests/windows/imported_call.h"
 
-FileFaults fileFaults;
-std::size_t fileBytesRead = 0;
+constinit thread_local FileFaults fileFaults;
+constinit thread_local std::size_t fileBytesRead = 0;
 
 namespace {
 
