@@ -1,6 +1,5 @@
 #include "tests/allocations.h"
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -9,9 +8,9 @@
 
 namespace {
 
-std::atomic<long> count = 0;
-std::atomic<std::size_t> byteCount = 0;
-long failAt = -1;
+thread_local long count = 0;
+thread_local std::size_t byteCount = 0;
+thread_local long failAt = -1;
 
 void* Allocate(std::size_t bytes) {
   if (count++ == failAt) throw std::bad_alloc();

@@ -3,7 +3,8 @@
 
 #include <cstddef>
 
-/// The test program's own operator new: counts, and fails when it is told to.
+/// The test program's own operator new: counts what a thread asks for, and fails when that thread
+/// tells it to.
 namespace allocations {
 
 /// How many there have been, and how many bytes they asked for.
