@@ -24,7 +24,7 @@ HWY_INLINE V Choose(D d, const std::uint8_t* entries, V levels) {
   if constexpr (kSize == 16) {
     const V low = hn::And(levels, hn::Set(d, 15));
     return hn::TableLookupBytes(hn::LoadDup128(d, entries), low);
-  } else if constexpr (kSize == 128 && kPermutesPairs) {
+  } else if constexpr (kSize == 128 && kHasBytePairs) {
     return PermutePair(hn::LoadU(d, entries), hn::LoadU(d, entries + kHalf), levels);
   } else {
     return hn::IfThenElse(hn::TestBit(levels, hn::Set(d, kHalf)),

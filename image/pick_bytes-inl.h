@@ -12,7 +12,7 @@
 #include <cstring>
 #include <optional>
 
-#include "platform/permute_bytes-inl.h"
+#include "platform/byte_pairs-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -20,7 +20,7 @@ namespace rastelo::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 /// Bytes that are picked at once, from twice as many.
-constexpr std::int32_t kPickGroup = kPermutesPairs ? 64 : 16, kPickReach = 2 * kPickGroup;
+constexpr std::int32_t kPickGroup = kHasBytePairs ? 64 : 16, kPickReach = 2 * kPickGroup;
 
 /// Finds where a group picks from a row of `rowBytes` bytes, at least kPickReach.
 /// @param places  of its bytes in the row.
@@ -35,7 +35,7 @@ inline std::optional<std::ptrdiff_t> PlanGroup(const std::ptrdiff_t (&places)[kP
   for (std::int32_t i = 0; i < kPickGroup; ++i) {
     const std::ptrdiff_t offset = places[i] - start;
     const bool isLow = offset < kPickGroup;
-    lows[i] = kPermutesPairs || isLow ? static_cast<std::uint8_t>(offset) : kNone;
+    lows[i] = kHasBytePairs || isLow ? static_cast<std::uint8_t>(offset) : kNone;
     highs[i] = isLow ? kNone : static_cast<std::uint8_t>(offset - kPickGroup);
   }
   return start;
@@ -46,7 +46,7 @@ HWY_INLINE auto PickGroup(const std::uint8_t* from, const std::uint8_t* lows,
                           const std::uint8_t* highs) {
   const hn::CappedTag<std::uint8_t, kPickGroup> d;
   const auto first = hn::LoadU(d, from), second = hn::LoadU(d, from + kPickGroup);
-  if constexpr (kPermutesPairs)
+  if constexpr (kHasBytePairs)
     return PermutePair(first, second, hn::Load(d, lows));
   else
     return hn::Or(hn::TableLookupBytesOr0(first, hn::Load(d, lows)),

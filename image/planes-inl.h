@@ -8,7 +8,7 @@
 
 #include <hwy/highway.h>
 
-#include "platform/permute_bytes-inl.h"
+#include "platform/byte_pairs-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -45,7 +45,7 @@ HWY_INLINE V PermuteThree(D d, const std::uint8_t (&places)[2][64], V first, V s
 /// Takes as many pixels of three bytes apart as a vector has bytes.
 template <class D, class V>
 HWY_INLINE void LoadPlanes(D d, const std::uint8_t* pixels, V& blue, V& green, V& red) {
-  if constexpr (kPermutesPairs) {
+  if constexpr (kHasBytePairs) {
     const V first = hn::LoadU(d, pixels), second = hn::LoadU(d, pixels + 64),
             third = hn::LoadU(d, pixels + 128);
     blue = PermuteThree(d, kPlanePlaces.apart[0], first, second, third);
@@ -59,7 +59,7 @@ HWY_INLINE void LoadPlanes(D d, const std::uint8_t* pixels, V& blue, V& green, V
 /// Puts pixels together.
 template <class D, class V>
 HWY_INLINE void StorePlanes(D d, V blue, V green, V red, std::uint8_t* pixels) {
-  if constexpr (kPermutesPairs) {
+  if constexpr (kHasBytePairs) {
     for (std::size_t i = 0; i < 3; ++i)
       hn::StoreU(PermuteThree(d, kPlanePlaces.together[i], blue, green, red), d, pixels + 64 * i);
   } else {

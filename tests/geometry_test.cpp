@@ -56,18 +56,27 @@ TEST(BgrToGray, IsThePlainOneForEveryColourAndOnEveryTarget) {
       rastelo::BgrToGray, plain::BgrToGray);
   TestPicture colours = TestPicture{}.Blank(1 << 16, 1, 3);
   TestPicture gray = colours.Blank(1 << 16, 1, 1), expected = gray;
-  for (int blue = 0; blue < 256; ++blue) {
-    for (std::size_t i = 0; i < 1 << 16; ++i) {
-      colours.bits[3 * i] = static_cast<std::uint8_t>(blue);
-      colours.bits[3 * i + 1] = static_cast<std::uint8_t>(i);
-      colours.bits[3 * i + 2] = static_cast<std::uint8_t>(i >> 8);
-    }
+  const auto expectSame = [&](int picture) {
     plain::BgrToGray(colours.Pixels(), expected.Pixels());
     OnEveryTarget([&] {
       rastelo::BgrToGray(colours.Pixels(), gray.Pixels());
-      ASSERT_TRUE(gray.bits == expected.bits) << "blue " << blue;
+      ASSERT_TRUE(gray.bits == expected.bits) << "picture " << picture;
     });
+  };
+  const auto pixel = [&](std::size_t i) { return colours.bits.data() + 3 * i; };
+  for (int blue = 0; blue < 256; ++blue) {
+    for (std::size_t i = 0; i < 1 << 16; ++i) {
+      pixel(i)[0] = static_cast<std::uint8_t>(blue);
+      pixel(i)[1] = static_cast<std::uint8_t>(i);
+      pixel(i)[2] = static_cast<std::uint8_t>(i >> 8);
+    }
+    expectSame(blue);
   }
+  for (std::size_t i = 0; i < 1 << 16; ++i)
+    std::fill_n(pixel(i), 3, static_cast<std::uint8_t>(i + i / 256));
+  expectSame(256);
+  for (std::size_t i = 0; i < 1 << 16; i += 7) pixel(i)[2] = 90;
+  expectSame(257);
 }
 
 TEST(RotateQuarter, IsThePlainOneOnEveryTarget) {
