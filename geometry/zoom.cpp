@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <type_traits>
 
 #include "geometry/gray.h"
 #include "geometry/zoom_sample.h"
@@ -87,7 +86,8 @@ class Picker {
 
   void Pick(const std::uint8_t* row, std::uint8_t* picked) const {
     const hn::CappedTag<std::uint8_t, kPickGroup> d;
-    for (std::int32_t group = 0; group < groups_; ++group) {
+    const std::int32_t groups = groups_;  // which no pixel aliases
+    for (std::int32_t group = 0; group < groups; ++group) {
       const std::ptrdiff_t first = std::ptrdiff_t{group} * kPickGroup;
       hn::Store(PickGroup(row + starts_[group], lows_ + first, highs_ + first), d, picked + first);
     }
@@ -104,10 +104,6 @@ class Picker {
   HWY_ALIGN std::uint8_t lows_[kStripBytes], highs_[kStripBytes];
 };
 
-/// The level of four in a lane that is worked on.
-template <int k>
-using Quarter = std::integral_constant<int, k>;
-
 /// The target columns of a strip, and what a source row gives them.
 template <int kSourceBytes, int kTargetBytes>
 class Strip {
@@ -123,8 +119,8 @@ class Strip {
       for (std::int32_t c = 0; c < kTargetBytes; ++c) {
         const std::size_t byte =
             static_cast<std::size_t>(i) * kTargetBytes + static_cast<std::size_t>(c);
-        pixelWeights_[WeightPlace(byte)] = sample.pixelWeight;
-        nextWeights_[WeightPlace(byte)] = sample.nextWeight;
+        pixelWeights_[byte] = sample.pixelWeight;
+        nextWeights_[byte] = sample.nextWeight;
         nextParts_[byte] = static_cast<std::uint8_t>(sample.nextWeight * kParts);
       }
     }
@@ -169,74 +165,59 @@ class Strip {
     return levels;
   }
 
-  /// Level k of the four in each lane from byte i on.
-  template <int k>
   static auto Widen(const std::uint8_t* levels) {
-    const Lanes d;
-    const auto level = hn::ShiftRight<8 * k>(hn::BitCast(d, hn::Load(Bytes(), levels)));
     const hn::Rebind<std::int32_t, Floats> whole;
-    return hn::ConvertTo(Floats(), hn::BitCast(whole, hn::And(level, hn::Set(d, 255))));
+    const hn::Rebind<std::uint8_t, Floats> bytes;
+    return hn::ConvertTo(Floats(), hn::PromoteTo(whole, hn::LoadU(bytes, levels)));
   }
 
   /// Adds up in the order of the definition, every product and sum rounded; a row of weight 0 adds
   /// nothing.
   void Mix(const Levels& row) {
-    Truncate([&](auto quarter, std::size_t i) HWY_ATTR {
-      constexpr int k = quarter;
-      return hn::Add(hn::Mul(Widen<k>(row.pixels + i), Weights<k>(pixelWeights_ + i)),
-                     hn::Mul(Widen<k>(row.nexts + i), Weights<k>(nextWeights_ + i)));
+    Truncate([&](std::size_t i) HWY_ATTR {
+      return hn::Add(hn::Mul(Widen(row.pixels + i), Weights(pixelWeights_ + i)),
+                     hn::Mul(Widen(row.nexts + i), Weights(nextWeights_ + i)));
     });
   }
 
   void Mix(const Levels& row, const Levels& next, const Sample& v) {
     const Floats d;
     const auto rowWeight = hn::Set(d, v.pixelWeight), nextWeight = hn::Set(d, v.nextWeight);
-    Truncate([&](auto quarter, std::size_t i) HWY_ATTR {
-      constexpr int k = quarter;
-      const auto left = Weights<k>(pixelWeights_ + i), right = Weights<k>(nextWeights_ + i);
-      auto sum = hn::Add(hn::Mul(Widen<k>(row.pixels + i), hn::Mul(left, rowWeight)),
-                         hn::Mul(Widen<k>(row.nexts + i), hn::Mul(right, rowWeight)));
-      sum = hn::Add(sum, hn::Mul(Widen<k>(next.pixels + i), hn::Mul(left, nextWeight)));
-      return hn::Add(sum, hn::Mul(Widen<k>(next.nexts + i), hn::Mul(right, nextWeight)));
+    Truncate([&](std::size_t i) HWY_ATTR {
+      const auto left = Weights(pixelWeights_ + i), right = Weights(nextWeights_ + i);
+      auto sum = hn::Add(hn::Mul(Widen(row.pixels + i), hn::Mul(left, rowWeight)),
+                         hn::Mul(Widen(row.nexts + i), hn::Mul(right, rowWeight)));
+      sum = hn::Add(sum, hn::Mul(Widen(next.pixels + i), hn::Mul(left, nextWeight)));
+      return hn::Add(sum, hn::Mul(Widen(next.nexts + i), hn::Mul(right, nextWeight)));
     });
   }
 
-  /// Truncates the values below 256 that `at` gives for level k of each lane from byte i on.
+  /// Truncates the values below 256 that `at` gives for the bytes from i on.
   template <class At>
   void Truncate(At at) {
-    const auto level = [&](auto quarter, std::size_t i) HWY_ATTR {
-      // Beyond 2^23, the lowest bits of a float count ones.
-      const auto whole = hn::Add(hn::Floor(at(quarter, i)), hn::Set(Floats(), 8388608.0f));
-      const auto bits = hn::And(hn::BitCast(Lanes(), whole), hn::Set(Lanes(), 255));
-      return hn::ShiftLeft<8 * quarter>(bits);
-    };
-    Fill([&](std::size_t i) HWY_ATTR {
-      const auto low = hn::Or(level(Quarter<0>(), i), level(Quarter<1>(), i));
-      const auto high = hn::Or(level(Quarter<2>(), i), level(Quarter<3>(), i));
-      return hn::BitCast(Bytes(), hn::Or(low, high));
+    const Floats d;
+    const hn::Rebind<std::uint8_t, Floats> bytes;
+    ForEachVector([&](std::size_t first) HWY_ATTR {
+      for (std::size_t i = first; i < first + hn::Lanes(Bytes()); i += hn::Lanes(d)) {
+        // Beyond 2^23, the lowest bits of a float count ones.
+        const auto whole = hn::Add(hn::Floor(at(i)), hn::Set(d, 8388608.0f));
+        const auto levels = hn::And(hn::BitCast(Lanes(), whole), hn::Set(Lanes(), 255));
+        hn::StoreU(hn::U8FromU32(levels), bytes, mixed_ + i);
+      }
     });
   }
 
-  template <class At>
-  void Fill(At at) {
+  /// Makes the mixed bytes, those from i on by `mix(i)`.
+  template <class Mix>
+  void ForEachVector(Mix mix) {
     for (std::size_t i = 0; i < Count(); i += hn::Lanes(Bytes())) {
       for (const std::uint8_t* row : ahead_)
         if (row) pixels_.Prefetch(row, i);
-      hn::Store(at(i), Bytes(), mixed_ + i);
+      mix(i);
     }
   }
 
-  template <int k>
-  static auto Weights(const float* weights) {
-    return hn::Load(Floats(), weights + k * hn::Lanes(Floats()));
-  }
-
-  /// Where the weight of a byte stands: those of the same quarter of the lanes of a vector of bytes
-  /// stand together.
-  static std::size_t WeightPlace(std::size_t byte) {
-    const std::size_t lanes = hn::Lanes(Floats()), inVector = byte % (4 * lanes);
-    return byte - inVector + inVector % 4 * lanes + inVector / 4;
-  }
+  static auto Weights(const float* weights) { return hn::Load(Floats(), weights); }
 
   static bool IsInParts(const Sample& sample) {
     const float parts = sample.nextWeight * kParts;
@@ -262,10 +243,10 @@ class Strip {
           hn::Add(hn::Mul(half(next.pixels + i), left), hn::Mul(half(next.nexts + i), right));
       return hn::Add(hn::Mul(above, rowParts), hn::Mul(below, nextParts));
     };
-    Fill([&](std::size_t i) HWY_ATTR {
+    ForEachVector([&](std::size_t i) HWY_ATTR {
       const auto low = hn::ShiftRight<8>(mix(even, i));
       const auto high = hn::AndNot(hn::Set(d, std::uint16_t{255}), mix(odd, i));
-      return hn::BitCast(Bytes(), hn::Or(low, high));
+      hn::Store(hn::BitCast(Bytes(), hn::Or(low, high)), Bytes(), mixed_ + i);
     });
   }
 
