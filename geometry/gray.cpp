@@ -63,7 +63,7 @@ struct Planes {
     LoadPlanes(Bytes(), pixels, blue, green, red);
   }
 
-  HWY_INLINE Sums Weigh(int half, const Factors& factors) const {
+  HWY_INLINE Sums Weigh(std::size_t half, const Factors& factors) const {
     const Word b = half == 0 ? Even(blue) : Odd(blue), g = half == 0 ? Even(green) : Odd(green),
                r = half == 0 ? Even(red) : Odd(red);
     const Word greenAndRed = hn::Add(g, r), twice = hn::Add(greenAndRed, b);
@@ -93,15 +93,15 @@ struct PairPlaces {
   HWY_ALIGN std::uint8_t blueGreen[64] = {}, redBlue[64] = {}, joined[64] = {};
 
   constexpr PairPlaces() {
-    const auto place = [](int byte) {
+    const auto place = [](std::size_t byte) {
       return static_cast<std::uint8_t>(byte < 64 ? byte : byte + 32);
     };
-    for (int i = 0; i < 32; ++i) {
+    for (std::size_t i = 0; i < 32; ++i) {
       blueGreen[2 * i] = redBlue[2 * i + 1] = place(3 * i);
       blueGreen[2 * i + 1] = place(3 * i + 1);
       redBlue[2 * i] = place(3 * i + 2);
     }
-    for (int i = 0; i < 64; ++i) joined[i] = static_cast<std::uint8_t>(2 * i);
+    for (std::size_t i = 0; i < 64; ++i) joined[i] = static_cast<std::uint8_t>(2 * i);
   }
 };
 constexpr PairPlaces kPairPlaces;
@@ -113,7 +113,7 @@ struct Pairs {
 
   HWY_INLINE explicit Pairs(const std::uint8_t* pixels) {
     const Bytes d;
-    for (int half = 0; half < 2; ++half) {
+    for (std::size_t half = 0; half < 2; ++half) {
       const Byte low = hn::LoadU(d, pixels + 96 * half),
                  high = hn::LoadU(d, pixels + 96 * half + 32);
       blueGreen[half] = PermutePair(low, high, hn::Load(d, kPairPlaces.blueGreen));
@@ -121,7 +121,7 @@ struct Pairs {
     }
   }
 
-  HWY_INLINE Sums Weigh(int half, const Factors& /*factors*/) const {
+  HWY_INLINE Sums Weigh(std::size_t half, const Factors& /*factors*/) const {
     return {hn::Add(Times(blueGreen[half], 14, 73), Times(redBlue[half], 37, 0)),
             hn::Add(Times(blueGreen[half], 2, 3), Times(redBlue[half], 3, 0))};
   }
@@ -144,7 +144,7 @@ struct Pairs {
   }
 
  private:
-  HWY_INLINE hn::Mask<Words> AreNeutral(int half) const {
+  HWY_INLINE hn::Mask<Words> AreNeutral(std::size_t half) const {
     return hn::Eq(hn::BitCast(Words(), blueGreen[half]), hn::BitCast(Words(), redBlue[half]));
   }
 
