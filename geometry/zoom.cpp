@@ -207,13 +207,13 @@ class Strip {
     });
   }
 
-  /// Makes the mixed bytes, those from i on by `mix(i)`.
-  template <class Mix>
-  void ForEachVector(Mix mix) {
+  /// Makes the mixed bytes, those of a vector from i on by `make(i)`.
+  template <class Make>
+  void ForEachVector(Make make) {
     for (std::size_t i = 0; i < Count(); i += hn::Lanes(Bytes())) {
       for (const std::uint8_t* row : ahead_)
         if (row) pixels_.Prefetch(row, i);
-      mix(i);
+      make(i);
     }
   }
 
