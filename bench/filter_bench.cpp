@@ -1,12 +1,12 @@
 #include <vector>
 
 #include "bench/judge.h"
-#include "bench/plain/filter.h"
 #include "filter/even_light.h"
 #include "filter/invert.h"
 #include "filter/push.h"
 #include "filter/sobel.h"
 #include "filter/template_operator.h"
+#include "plain/filter.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "bench/judge.h"
-#include "bench/plain/frequency.h"
 #include "frequency/magnitudes.h"
+#include "plain/frequency.h"
 #include "rastelo.h"
 
 namespace {

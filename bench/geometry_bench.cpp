@@ -1,10 +1,10 @@
 #include "bench/judge.h"
-#include "bench/plain/geometry.h"
 #include "geometry/block.h"
 #include "geometry/gray.h"
 #include "geometry/rotate.h"
 #include "geometry/zoom.h"
 #include "histogram/histogram.h"
+#include "plain/geometry.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "bench/judge.h"
-#include "bench/plain/histogram.h"
 #include "histogram/histogram.h"
+#include "plain/histogram.h"
 #include "rastelo.h"
 
 namespace {

@@ -1,8 +1,8 @@
 #include "bench/judge.h"
-#include "bench/plain/image.h"
 #include "image/key_colour.h"
 #include "image/reverse_rows.h"
 #include "image/spread_rows.h"
+#include "plain/image.h"
 #include "rastelo.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "image/pixel_store.h"
+#include "pixels/pixel_store.h"
 
 /// Measures one operation in several ways, so that they can be compared: ours, the plain
 /// definition, a peer. Google Benchmark runs what is registered here; bench/table.py sets the least

@@ -1,7 +1,7 @@
 #include <memory>
 
 #include "bench/judge.h"
-#include "bench/plain/segment.h"
+#include "plain/segment.h"
 #include "rastelo.h"
 #include "segment/graph_cut.h"
 #include "segment/otsu.h"

@@ -2,7 +2,7 @@
 
 #include "fuzz/input.h"
 #include "fuzz/targets.h"
-#include "image/image_view.h"
+#include "pixels/image_view.h"
 #include "rastelo.h"
 #include "rastelo_device.h"
 

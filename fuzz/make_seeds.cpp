@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/jpeg_samples.h"
-#include "image/image_view.h"
+#include "pixels/image_view.h"
 #include "rastelo.h"
-#include "tests/object_probe.h"
+#include "testing/jpeg_samples.h"
+#include "testing/object_probe.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "fuzz/targets.h"
 #include "image/bmp_format.h"
 #include "rastelo.h"
-#include "tests/object_probe.h"
+#include "testing/object_probe.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include "fuzz/input.h"
 #include "fuzz/scratch_file.h"
 #include "fuzz/targets.h"
-#include "image/image_view.h"
+#include "pixels/image_view.h"
 #include "rastelo.h"
-#include "tests/object_probe.h"
-#include "tests/test_device.h"
+#include "testing/object_probe.h"
+#include "testing/test_device.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "image/image_view.h"
+#include "pixels/image_view.h"
 
 namespace rastelo::samples {
 

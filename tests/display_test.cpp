@@ -3,13 +3,13 @@
 
 #include <climits>
 
+#include "device/surface_rows.h"
 #include "platform/device_context.h"
-#include "platform/portable/surface_rows.h"
 #include "rastelo_device.h"
+#include "testing/object_probe.h"
+#include "testing/test_device.h"
 #include "tests/allocations.h"
 #include "tests/kernel_check.h"
-#include "tests/object_probe.h"
-#include "tests/test_device.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <functional>
 #include <random>
 
-#include "fuzz/jpeg_samples.h"
 #include "platform/jpeg_codec.h"
+#include "testing/jpeg_samples.h"
+#include "testing/object_probe.h"
 #include "tests/allocations.h"
 #include "tests/file_faults.h"
-#include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
 

@@ -5,15 +5,15 @@
 #include <cstring>
 #include <filesystem>
 
-#include "bench/plain/image.h"
-#include "fuzz/jpeg_samples.h"
 #include "image/key_colour.h"
 #include "image/spread_rows.h"
+#include "plain/image.h"
 #include "platform/file.h"
 #include "platform/path.h"
+#include "testing/jpeg_samples.h"
+#include "testing/object_probe.h"
 #include "tests/allocations.h"
 #include "tests/kernel_check.h"
-#include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
 namespace platform = rastelo::platform;

@@ -5,14 +5,14 @@
 #include <cmath>
 #include <random>
 
-#include "bench/plain/filter.h"
 #include "filter/even_light.h"
 #include "filter/invert.h"
 #include "filter/push.h"
 #include "filter/sobel.h"
 #include "filter/template_operator.h"
+#include "plain/filter.h"
+#include "testing/object_probe.h"
 #include "tests/kernel_check.h"
-#include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
 

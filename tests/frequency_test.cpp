@@ -6,13 +6,13 @@
 #include <cstring>
 #include <numbers>
 
-#include "bench/plain/frequency.h"
 #include "frequency/fourier.h"
 #include "frequency/magnitudes.h"
-#include "image/allocate_array.h"
+#include "pixels/allocate_array.h"
+#include "plain/frequency.h"
+#include "testing/object_probe.h"
 #include "tests/allocations.h"
 #include "tests/kernel_check.h"
-#include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
 

@@ -1,12 +1,12 @@
 // Histograms, gray maps and the four equalisations.
 #include <gmock/gmock.h>
 
-#include "bench/plain/histogram.h"
 #include "histogram/class_pair.h"
 #include "histogram/gray_map.h"
+#include "plain/histogram.h"
+#include "testing/object_probe.h"
 #include "tests/awkward_counts.h"
 #include "tests/kernel_check.h"
-#include "tests/object_probe.h"
 
 using rastelo::GrayMap, rastelo::Histogram, rastelo::ObjectProbe;
 

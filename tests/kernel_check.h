@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "image/image_view.h"
+#include "pixels/image_view.h"
 
 /// Runs `check` once with each instruction set that this machine has.
 void OnEveryTarget(const std::function<void()>& check);

@@ -6,8 +6,8 @@
 #include <memory>
 #include <thread>
 
+#include "testing/object_probe.h"
 #include "tests/allocations.h"
-#include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
 

@@ -3,14 +3,14 @@
 
 #include <cmath>
 
-#include "bench/plain/segment.h"
+#include "plain/segment.h"
 #include "segment/graph_cut.h"
 #include "segment/ndhm.h"
 #include "segment/otsu.h"
 #include "segment/two_level.h"
+#include "testing/object_probe.h"
 #include "tests/awkward_counts.h"
 #include "tests/kernel_check.h"
-#include "tests/object_probe.h"
 
 using rastelo::AffinityTable, rastelo::ObjectProbe;
 

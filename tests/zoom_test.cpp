@@ -4,10 +4,10 @@
 #include <climits>
 #include <cmath>
 
-#include "bench/plain/geometry.h"
 #include "geometry/zoom.h"
+#include "plain/geometry.h"
+#include "testing/object_probe.h"
 #include "tests/kernel_check.h"
-#include "tests/object_probe.h"
 
 using rastelo::ObjectProbe;
 

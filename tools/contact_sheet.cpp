@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "geometry/block.h"
-#include "image/pixel_store.h"
+#include "pixels/pixel_store.h"
 #include "tools/draw_text.h"
 #include "tools/screen.h"
 

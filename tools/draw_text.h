@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "image/image_view.h"
+#include "pixels/image_view.h"
 
 namespace rastelo::tools {
 

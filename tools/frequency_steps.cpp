@@ -2,7 +2,7 @@
 #include <cmath>
 #include <vector>
 
-#include "image/pixel_store.h"
+#include "pixels/pixel_store.h"
 #include "tools/error.h"
 #include "tools/picture_file.h"
 #include "tools/step_arguments.h"

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "geometry/zoom.h"
-#include "image/image_view.h"
+#include "pixels/image_view.h"
 #include "tools/error.h"
 #include "tools/step_arguments.h"
 #include "tools/step_families.h"

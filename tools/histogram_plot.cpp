@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "image/pixel_store.h"
+#include "pixels/pixel_store.h"
 #include "tools/draw_text.h"
 #include "tools/screen.h"
 

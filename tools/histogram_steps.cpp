@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "histogram/histogram.h"
-#include "image/pixel_store.h"
+#include "pixels/pixel_store.h"
 #include "segment/graph_cut.h"
 #include "segment/otsu.h"
 #include "tools/error.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "image/pixel_store.h"
+#include "pixels/pixel_store.h"
 
 namespace rastelo::tools {
 

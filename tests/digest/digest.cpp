@@ -21,7 +21,7 @@
 #include "platform/device_context.h"
 #include "rastelo.h"
 #include "segment/graph_cut.h"
-#include "tests/test_device.h"
+#include "testing/test_device.h"
 
 /// What the digest sees of an object's inside. CRastelo has it as a friend.
 struct rastelo::ObjectProbe {

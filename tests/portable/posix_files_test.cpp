@@ -11,7 +11,7 @@
 #include <random>
 #include <thread>
 
-#include "tests/object_probe.h"
+#include "testing/object_probe.h"
 
 using rastelo::ObjectProbe;
 

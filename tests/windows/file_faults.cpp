@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "tests/windows/imported_call.h"
+#include "testing/windows/imported_call.h"
 
 constinit thread_local FileFaults fileFaults;
 constinit thread_local std::size_t fileBytesRead = 0;

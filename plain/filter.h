@@ -1,0 +1,17 @@
+#ifndef RASTELO_PLAIN_FILTER_H
+#define RASTELO_PLAIN_FILTER_H
+
+#include "pixels/image_view.h"
+
+namespace plain {
+
+void ApplySobel(rastelo::ImageView gray);
+void ApplyTemplate(rastelo::ImageView gray, const double* entries, std::int32_t size);
+void PushLevels(rastelo::ImageView gray, int threshold, bool clearLow, bool raiseHigh);
+void InvertBytes(rastelo::ImageView image);
+void EvenColumns(rastelo::ImageView gray, int limit);
+bool ExceedsShare(rastelo::ConstImageView gray, int level, double share);
+
+}  // namespace plain
+
+#endif  // RASTELO_PLAIN_FILTER_H

@@ -1,0 +1,16 @@
+#ifndef RASTELO_PLAIN_GEOMETRY_H
+#define RASTELO_PLAIN_GEOMETRY_H
+
+#include "geometry/rotate.h"
+#include "pixels/image_view.h"
+
+namespace plain {
+
+void BgrToGray(rastelo::ConstImageView bgr, rastelo::ImageView gray);
+void RotateQuarter(rastelo::ConstImageView source, int pixelBytes, rastelo::Turn turn,
+                   rastelo::ImageView target);
+void ZoomBilinear(rastelo::ConstImageView source, rastelo::ImageView target, int pixelBytes);
+
+}  // namespace plain
+
+#endif  // RASTELO_PLAIN_GEOMETRY_H

@@ -1,0 +1,22 @@
+#ifndef RASTELO_PLAIN_SEGMENT_H
+#define RASTELO_PLAIN_SEGMENT_H
+
+#include <optional>
+
+#include "histogram/histogram.h"
+#include "pixels/image_view.h"
+#include "segment/graph_cut.h"
+
+namespace plain {
+
+void SumAffinities(rastelo::ConstImageView gray, rastelo::AffinityTable& affinity);
+int FindGraphCutThreshold(const rastelo::AffinityTable& affinity);
+std::optional<int> FindOtsuThreshold(rastelo::LevelCounts counts, int low, int high);
+std::array<std::int32_t, 256> SumContrasts(rastelo::ConstImageView gray, std::int32_t radius);
+/// The whole operations.
+void SegmentOtsu(rastelo::ImageView gray);
+void SegmentContrasts(rastelo::ImageView gray, std::int32_t radius);
+
+}  // namespace plain
+
+#endif  // RASTELO_PLAIN_SEGMENT_H

@@ -1,0 +1,47 @@
+#ifndef RASTELO_FREQUENCY_FOURIER_H
+#define RASTELO_FREQUENCY_FOURIER_H
+
+#include "frequency/fourier_lines.h"
+#include "pixels/image_view.h"
+#include "rastelo.h"
+
+namespace rastelo {
+
+/// The largest r with 2^r not above `side`; 0 for a side below 2.
+int TransformExponent(std::int32_t side);
+
+/// The Fourier transform of W x H elements: rows, then columns. Only the first 2^r elements of a
+/// row or column take part (TransformExponent); coefficients that no transform gives are 0.
+class FourierPlane {
+ public:
+  /// Takes the memory that FourierLines takes for rows and for columns. Needs sides above 0, and
+  /// the factors of the longer one's exponent, which must stay. Throws std::bad_alloc.
+  FourierPlane(std::int32_t width, std::int32_t height, const Complex* factors);
+
+  /// Transforms W x H levels into W runs of H `coefficients`, F(u, v) in element H * u + v. `rows`
+  /// gets what the columns' transforms read: element H * x + y is the transform of row y at x.
+  /// `cells` gets the map of magnitudes, W x H cells that run along v, the zero frequency in the
+  /// middle: the cell of F(u, v) holds |F(u, v)| / 100, truncated and at most 255. Cells that no
+  /// coefficient reaches are 0.
+  void Transform(ConstImageView levels, Complex* rows, Complex* coefficients,
+                 std::uint8_t* cells) const;
+
+  /// The same of H runs of W elements, without a map. The elements may be where the coefficients
+  /// come to be.
+  void Transform(const Complex* elements, Complex* rows, Complex* coefficients) const;
+
+ private:
+  FourierPlane(std::int32_t width, std::int32_t height, const Complex* factors, int factorExponent);
+  void TransformColumns(Complex* rows, Complex* coefficients, std::uint8_t* cells) const;
+  std::int32_t width_, height_;
+  FourierLines rows_, columns_;
+};
+
+/// Draws the low byte of re / (W * H), truncated, of H runs of W elements as a map of rows with
+/// exchanged quadrants. Cells that no element reaches are 0.
+void DrawReconstruction(const Complex* elements, std::int32_t width, std::int32_t height,
+                        std::uint8_t* cells);
+
+}  // namespace rastelo
+
+#endif  // RASTELO_FREQUENCY_FOURIER_H

@@ -1,0 +1,23 @@
+#ifndef RASTELO_GEOMETRY_GRAY_H
+#define RASTELO_GEOMETRY_GRAY_H
+
+#include "pixels/image_view.h"
+
+namespace rastelo {
+
+/// trunc((green * 0.587 + blue * 0.114) + red * 0.299), in double precision, each product and each
+/// sum rounded once. The weights are the luma weights of ITU-R BT.601 (1982).
+constexpr std::uint8_t GrayLevel(std::uint8_t blue, std::uint8_t green, std::uint8_t red) {
+  const double sum = green * 0.587 + blue * 0.114;
+  return static_cast<std::uint8_t>(sum + red * 0.299);
+}
+
+/// Writes to `gray` the gray level of each pixel of `bgr`.
+/// @param bgr   W x H pixels of 3 bytes, blue, green, red.
+/// @param gray  W x H pixels of 1 byte. Bytes behind column W - 1 are left alone.
+/// Needs equal sizes and no overlap; neither is checked. Cannot fail.
+void BgrToGray(ConstImageView bgr, ImageView gray);
+
+}  // namespace rastelo
+
+#endif  // RASTELO_GEOMETRY_GRAY_H

@@ -1,0 +1,225 @@
+#include "histogram/histogram.h"
+
+#include <hwy/cache_control.h>
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "histogram/count_bytes.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "histogram/histogram.cpp"
+#include <hwy/foreach_target.h>
+// Behind foreach_target.h.
+#include <hwy/highway.h>
+
+#include "simd/planes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace rastelo::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using Words = hn::ScalableTag<std::uint64_t>;
+using Bits = hn::Vec<Words>;
+
+/// Whether the bits of a vector are counted by an instruction. Without, storing one count for each
+/// byte is faster.
+constexpr bool kCountsBits = HWY_TARGET <= HWY_AVX3_DL;
+
+/// Exchanges the bits that `mask` lacks in `a` with those of `b` that it has, `kShift` higher.
+template <int kShift>
+HWY_INLINE void ExchangeBits(Bits mask, Bits& a, Bits& b) {
+  const Bits kept = hn::IfVecThenElse(mask, a, hn::ShiftLeft<kShift>(b));
+  b = hn::IfVecThenElse(mask, hn::ShiftRight<kShift>(a), b);
+  a = kept;
+}
+
+/// Turns eight vectors of bytes into eight of bits: vector i gets bit i of every byte.
+HWY_INLINE void SplitBits(Bits* planes) {
+  const Words d;
+  const Bits fours = hn::Set(d, 0x0F0F0F0F0F0F0F0F), twos = hn::Set(d, 0x3333333333333333),
+             ones = hn::Set(d, 0x5555555555555555);
+  for (const int i : {0, 1, 2, 3}) ExchangeBits<4>(fours, planes[i], planes[i + 4]);
+  for (const int i : {0, 1, 4, 5}) ExchangeBits<2>(twos, planes[i], planes[i + 2]);
+  for (const int i : {0, 2, 4, 6}) ExchangeBits<1>(ones, planes[i], planes[i + 1]);
+}
+
+/// For each number of four bits, where the four planes have it.
+HWY_INLINE void FindNumbers(const Bits* planes, Bits* found) {
+  const auto pairs = [](Bits low, Bits high, Bits* pair) HWY_ATTR {
+    pair[0] = hn::Not(hn::Or(low, high));
+    pair[1] = hn::AndNot(high, low);
+    pair[2] = hn::AndNot(low, high);
+    pair[3] = hn::And(low, high);
+  };
+  Bits low[4], high[4];
+  pairs(planes[0], planes[1], low);
+  pairs(planes[2], planes[3], high);
+  for (int i = 0; i < 16; ++i) found[i] = hn::And(low[i % 4], high[i / 4]);
+}
+
+constexpr std::size_t kVector = hn::MaxLanes(Bytes()), kWords = hn::MaxLanes(Words());
+
+/// How many chunks of eight vectors are counted together: enough to pay for adding their sums to
+/// memory, few enough for all of it to stay in the near cache.
+constexpr std::size_t kChunks = 8;
+constexpr std::size_t kBatch = 8 * kChunks * kVector;
+
+/// Where the bytes of a batch have each number in their lower and in their upper four bits.
+struct NumberPlaces {
+  HWY_INLINE explicit NumberPlaces(const std::uint8_t* bytes) {
+    const Words d;
+    for (std::size_t chunk = 0; chunk < kChunks; ++chunk) {
+      Bits planes[8], found[16];
+      for (std::size_t i = 0; i < 8; ++i)
+        planes[i] = hn::BitCast(d, hn::Load(Bytes(), bytes + (8 * chunk + i) * kVector));
+      SplitBits(planes);
+      FindNumbers(planes, found);
+      for (std::size_t i = 0; i < 16; ++i) hn::Store(found[i], d, lower[chunk][i]);
+      FindNumbers(planes + 4, found);
+      for (std::size_t i = 0; i < 16; ++i) {
+        hn::Store(found[i], d, upper[i][chunk]);
+        chunks[i][chunkCounts[i]] = static_cast<std::uint8_t>(chunk);
+        chunkCounts[i] += hn::AllTrue(d, hn::Eq(found[i], hn::Zero(d))) ? 0 : 1;
+      }
+    }
+  }
+  HWY_ALIGN std::uint64_t lower[kChunks][16][kWords], upper[16][kChunks][kWords];
+  /// The chunks that have an upper number: the others are passed over.
+  std::uint8_t chunks[16][kChunks];
+  std::size_t chunkCounts[16] = {};
+};
+
+/// Counts levels by their bits: the places that a lower and an upper number have in common.
+class BitCounter {
+ public:
+  /// @param next bytes that come soon: they are fetched while others are counted.
+  HWY_INLINE void Add(hn::Vec<Bytes> levels, std::span<const std::uint8_t> next) {
+    hn::Store(levels, Bytes(), waiting_ + filled_);
+    filled_ += kVector;
+    if (filled_ == kBatch) CountBatch(next);
+  }
+
+  /// Adds what was counted to `counts`.
+  void Finish(Histogram& counts) {
+    const std::size_t missing = kBatch - filled_;
+    std::memset(waiting_ + filled_, 0, missing);
+    CountBatch({});
+    for (std::size_t level = 0; level < 256; ++level) {
+      std::uint32_t count = 0;
+      for (std::size_t i = level % 2; i < 2 * kWords; i += 2) count += sums_[level / 2][i];
+      counts[level] += static_cast<std::int32_t>(count);
+    }
+    counts[0] -= static_cast<std::int32_t>(missing);
+  }
+
+ private:
+  HWY_NOINLINE HWY_ATTR void CountBatch(std::span<const std::uint8_t> next) {
+    const Words d;
+    const hn::Repartition<std::uint32_t, Words> halves;
+    const NumberPlaces places(waiting_);
+    for (std::size_t i = 0; i < 16; ++i) {
+      for (std::size_t at = kBatch / 16 * i; at < kBatch / 16 * (i + 1); at += 64)
+        if (at < next.size()) hwy::Prefetch(&next[at]);
+      if (places.chunkCounts[i] == 0) continue;
+      Bits sums[16];
+      for (Bits& sum : sums) sum = hn::Zero(d);
+      for (std::size_t n = 0; n < places.chunkCounts[i]; ++n) {
+        const std::size_t chunk = places.chunks[i][n];
+        const Bits upper = hn::Load(d, places.upper[i][chunk]);
+        for (std::size_t k = 0; k < 16; ++k) {
+          const Bits common = hn::And(upper, hn::Load(d, places.lower[chunk][k]));
+          sums[k] = hn::Add(sums[k], hn::PopulationCount(common));
+        }
+      }
+      for (std::size_t k = 0; k < 8; ++k) {
+        std::uint32_t* pair = sums_[8 * i + k];
+        const auto both =
+            hn::BitCast(halves, hn::Or(sums[2 * k], hn::ShiftLeft<32>(sums[2 * k + 1])));
+        hn::Store(hn::Add(hn::Load(halves, pair), both), halves, pair);
+      }
+    }
+    filled_ = 0;
+  }
+
+  HWY_ALIGN std::uint8_t waiting_[kBatch];
+  std::size_t filled_ = 0;
+  /// Modulo 2^32, of two levels in turn.
+  HWY_ALIGN std::uint32_t sums_[128][2 * kWords] = {};
+};
+
+/// @param image has a row.
+template <std::size_t kPlanes>
+std::array<Histogram, kPlanes> CountBits(ConstImageView image) {
+  const Bytes d;
+  const std::size_t step = kPlanes * kVector, width = static_cast<std::size_t>(image.width);
+  const std::uint8_t* end = image.Row(image.height - 1) + kPlanes * width;
+  std::array<Histogram, kPlanes> counts{};
+  BitCounter counters[kPlanes];
+  for (std::int32_t y = 0; y < image.height; ++y) {
+    const std::uint8_t* pixel = image.Row(y);
+    std::size_t left = width;
+    for (; left >= kVector; left -= kVector, pixel += step) {
+      const std::span<const std::uint8_t> rest(pixel, end);
+      const auto next = [&](std::size_t i) {
+        return rest.subspan(std::min(rest.size(), step + kBatch * i));
+      };
+      if constexpr (kPlanes == 1) {
+        counters[0].Add(hn::LoadU(d, pixel), next(0));
+      } else {
+        auto blue = hn::Zero(d), green = blue, red = blue;
+        LoadPlanes(d, pixel, blue, green, red);
+        counters[0].Add(blue, next(0));
+        counters[1].Add(green, next(1));
+        counters[2].Add(red, next(2));
+      }
+    }
+    for (; left > 0; --left, pixel += kPlanes)
+      for (std::size_t i = 0; i < kPlanes; ++i) ++counts[i][pixel[i]];
+  }
+  for (std::size_t i = 0; i < kPlanes; ++i) counters[i].Finish(counts[i]);
+  return counts;
+}
+
+template <std::size_t kPlanes>
+std::array<Histogram, kPlanes> Count(ConstImageView image) {
+  if constexpr (kCountsBits)
+    if (image.width >= 64 && image.height > 0) return CountBits<kPlanes>(image);
+  return CountBytes<kPlanes>(image);
+}
+
+Histogram CountLevels(ConstImageView gray) { return Count<1>(gray)[0]; }
+
+std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr) { return Count<3>(bgr); }
+
+}  // namespace rastelo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace rastelo {
+
+HWY_EXPORT(CountLevels);
+HWY_EXPORT(CountPlaneLevels);
+
+Histogram CountLevels(ConstImageView gray) { return HWY_DYNAMIC_DISPATCH(CountLevels)(gray); }
+
+std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr) {
+  return HWY_DYNAMIC_DISPATCH(CountPlaneLevels)(bgr);
+}
+
+int MeanOfCounts(LevelCounts counts) {
+  std::int64_t pixels = 0, sum = 0;
+  for (std::size_t level = 0; level < counts.size(); ++level) {
+    pixels += counts[level];
+    sum += static_cast<std::int64_t>(level) * counts[level];
+  }
+  return pixels == 0 ? 0 : static_cast<int>(sum / pixels);
+}
+
+}  // namespace rastelo
+
+#endif  // HWY_ONCE

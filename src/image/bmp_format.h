@@ -1,0 +1,58 @@
+#ifndef RASTELO_IMAGE_BMP_FORMAT_H
+#define RASTELO_IMAGE_BMP_FORMAT_H
+
+#include <array>
+#include <optional>
+#include <span>
+
+#include "pixels/pixel_store.h"
+
+namespace rastelo {
+
+/// The file header of a BMP file: "BM", the file's size, 4 bytes of 0, the place of the pixels.
+inline constexpr std::size_t kBmpFileHeaderBytes = 14;
+/// The info header as this library writes it, and the shortest that it reads.
+inline constexpr std::size_t kBmpInfoHeaderBytes = 40;
+/// 256 entries of 4 bytes: blue, green, red, 0.
+inline constexpr std::size_t kBmpGrayTableBytes = 1024;
+
+/// Whether a file that starts with these bytes calls itself a BMP file.
+bool HasBmpMagic(std::span<const std::uint8_t, kBmpFileHeaderBytes> fileHeader);
+
+/// The number of colour-table entries: `coloursUsed` if it is not 0, else what the depth can index,
+/// for 1, 4 and 8 bits; 0 for others.
+std::uint32_t BmpTableEntries(int bitCount, std::uint32_t coloursUsed);
+
+/// Where the pixels stand, and how.
+struct BmpLayout {
+  std::int32_t width, height;  // positive
+  bool topDown;                // the top row comes first
+  int bitCount;                // 8 or 24
+  std::size_t pixelOffset;     // from the info header on
+};
+
+/// Reads the info header at the start of `data`, of which there are `dataBytes` in all.
+/// @return nothing where DecodeBmp gives nothing.
+std::optional<BmpLayout> ReadBmpLayout(std::span<const std::uint8_t> data, std::uint64_t dataBytes);
+
+/// Decodes what stands behind the file header of a BMP file: info header, colour table, rows.
+/// The rows are taken from directly behind the colour table, wherever the file header points, and
+/// come out bottom-up. 8-bit pixels keep their bytes; the colour table is not applied.
+/// @return the pixels, or nothing if the data cannot be used: fewer than 40 bytes of header, a
+/// depth other than 8 and 24, compression, a side that is 0 or a width below it, or rows that reach
+/// beyond the data. A negative height says that the file's top row comes first. Throws
+/// std::bad_alloc.
+std::optional<PixelStore> DecodeBmp(std::span<const std::uint8_t> data);
+
+/// The two headers that a BMP file of these pixels starts with, little-endian. The depth is 8 or
+/// 24; the image's pitch is the file's.
+std::array<std::uint8_t, kBmpFileHeaderBytes> MakeBmpFileHeader(const ConstImageView& image,
+                                                                int bitCount);
+std::array<std::uint8_t, kBmpInfoHeaderBytes> MakeBmpInfoHeader(const ConstImageView& image,
+                                                                int bitCount);
+/// Entry i is (i, i, i, 0).
+std::array<std::uint8_t, kBmpGrayTableBytes> MakeBmpGrayTable();
+
+}  // namespace rastelo
+
+#endif  // RASTELO_IMAGE_BMP_FORMAT_H

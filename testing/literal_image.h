@@ -1,0 +1,31 @@
+#ifndef RASTELO_TESTING_LITERAL_IMAGE_H
+#define RASTELO_TESTING_LITERAL_IMAGE_H
+
+#include <cstdint>
+#include <initializer_list>
+#include <ostream>
+#include <vector>
+
+#include "pixels/image_view.h"
+
+/// An image typed in as it lies in memory, row 0 first: bytes, so that a 24-bit row has three an
+/// entry. The bytes behind each row hold 0xEE and count in ==, so that any test notices a function
+/// that strays. Prints a line a row.
+struct LiteralImage {
+  LiteralImage(std::initializer_list<std::vector<std::uint8_t>> rows, int pixelBytes = 1);
+  /// All pixel bytes 0.
+  LiteralImage(std::int32_t width, std::int32_t height, int pixelBytes);
+  rastelo::ImageView Pixels() { return {bytes.data(), width, height, pitch}; }
+  int BitCount() const { return pixelBytes * 8; }
+  bool operator==(const LiteralImage&) const = default;
+
+  int pixelBytes = 1;
+  std::int32_t width = 0, height = 0, pitch = 0;
+  std::vector<std::uint8_t> bytes;
+};
+std::ostream& operator<<(std::ostream& stream, const LiteralImage& image);
+
+/// The same pixels for the same size: every byte value, in no order.
+LiteralImage Noise(std::int32_t width, std::int32_t height, int pixelBytes = 1);
+
+#endif  // RASTELO_TESTING_LITERAL_IMAGE_H
