@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "fuzz/targets.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 
 namespace {
 

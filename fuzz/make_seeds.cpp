@@ -9,7 +9,7 @@
 #include "pixels/image_view.h"
 #include "rastelo.h"
 #include "testing/jpeg_samples.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "fuzz/targets.h"
 #include "image/bmp_format.h"
 #include "rastelo.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 
 namespace {
 
@@ -18,8 +18,8 @@ void Open(const ScratchFile& file, bool keepsOnFailure) {
   CRastelo image;
   image.SetExternalImageBits(kPixels, 4, 2, 8);
   const bool opened = image.OpenImage(file.Path()) != 0;
-  if (!rastelo::ObjectProbe::IsConsistent(image)) std::abort();
-  const auto state = rastelo::ObjectProbe::Of(image);
+  if (!IsConsistent(image)) std::abort();
+  const auto state = ObjectState(image);
   if (opened && (state.pixels.size() != state.loaded.size() || state.width < 1 || state.height < 1))
     std::abort();
   if (!opened && (state.loaded.size() != 8 || (keepsOnFailure && state.pixels.size() != 8)))

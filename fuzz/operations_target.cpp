@@ -10,7 +10,7 @@
 #include "fuzz/targets.h"
 #include "pixels/image_view.h"
 #include "rastelo.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "testing/test_device.h"
 
 namespace {
@@ -178,12 +178,12 @@ void fuzz::RunOperations(const std::uint8_t* data, std::size_t size) {
   for (int steps = 0; steps < 60 && !input.AtEnd(); ++steps) {
     CRastelo& image = objects[static_cast<std::size_t>(input.Between(0, 2))];
     const Run run{input, objects, image, device, bmp.Path(), jpeg.Path(), searches};
-    const auto loaded = rastelo::ObjectProbe::Of(image).loaded;
+    const auto loaded = ObjectState(image).loaded;
     const bool opens = input.Flip();
     (opens ? input.Pick(kOpens) : input.Pick(kChanges))(run);
-    if (!opens && rastelo::ObjectProbe::Of(image).loaded != loaded) std::abort();
+    if (!opens && ObjectState(image).loaded != loaded) std::abort();
     for (const CRastelo& object : objects)
-      if (!rastelo::ObjectProbe::IsConsistent(object)) std::abort();
+      if (!IsConsistent(object)) std::abort();
     if (image.GetWidth() > 4000 || image.GetHeight() > 4000) image.Close();
   }
 }

@@ -9,11 +9,8 @@
 #include "rastelo_platform.h"
 
 namespace rastelo {
-template <class Byte>
-struct View;
-struct PixelStore;
-struct ObjectProbe;  // lets the library's own tests look inside an object
-}  // namespace rastelo
+struct Inside;  // the library's own way to what the class does not show
+}
 
 /// A complex number, the element of the frequency arrays.
 struct Complex {
@@ -324,29 +321,12 @@ class RASTELO_API CRastelo {
   int m_nDrawOffsetY = 0;
 
   // Needed by the implementation.
-  friend struct rastelo::ObjectProbe;
-  rastelo::View<unsigned char> Pixels();
-  rastelo::View<const unsigned char> ConstPixels() const;
-  rastelo::View<unsigned char> RowBytes();
-  bool HasPixels() const;
-  bool CanDraw() const;
-  bool HasKnownDepth() const;
-  bool HasImageToSave() const;
-  bool HasFrequencies() const;
-  rastelo::PixelStore GrayCopy() const;
-  int ZoomTo(LONG width, LONG height);
-  void KeepFileName(const char* path) noexcept;
-  void Adopt(const rastelo::PixelStore& store) noexcept;
-  rastelo::PixelStore RoomForCopy(const rastelo::PixelStore& store) const;
-  void AdoptLoaded(const rastelo::PixelStore& store, const rastelo::PixelStore& copy) noexcept;
-  struct FrequencyArrays;
-  FrequencyArrays TakeFrequencyArrays() const;
-  std::shared_ptr<Complex[]> FrequencyFactors() const;
-  void AdoptFrequencies(const FrequencyArrays& arrays) noexcept;
+  friend struct rastelo::Inside;
   int m_nOrgBitCount = 0;  // depth of m_pOrgBits
   LONG m_lFreqWidth = 0;   // size that the frequency members were made for
   LONG m_lFreqHeight = 0;
   std::shared_ptr<Complex[]> m_pFreqFactors;  // of the longer side's transform
+  std::shared_ptr<bool> m_pReconstructed;     // whether m_pSpectrumBits holds what IFFT gave
 };
 
 /// The interface of an undo history over images. It keeps none: every operation returns at once,

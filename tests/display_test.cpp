@@ -6,7 +6,7 @@
 #include "device/surface_rows.h"
 #include "platform/device_context.h"
 #include "rastelo_device.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "testing/test_device.h"
 #include "tests/allocations.h"
 #include "tests/kernel_check.h"
@@ -26,8 +26,8 @@ LiteralImage Shown(auto& device, int bytes) {
 using Numbers = std::vector<int>;
 /// The drawn area, then the pan offsets.
 Numbers DrawState(const CRastelo& object) {
-  const RECT area = rastelo::ObjectProbe::DrawRect(object);
-  const int dx = rastelo::ObjectProbe::OffsetX(object), dy = rastelo::ObjectProbe::OffsetY(object);
+  const RECT area = rastelo::Inside::DrawnArea(object);
+  const int dx = rastelo::Inside::PanX(object), dy = rastelo::Inside::PanY(object);
   return {area.left, area.top, area.right, area.bottom, dx, dy};
 }
 
@@ -105,7 +105,7 @@ TEST(DrawImage, ShowsEachPixelAtItsPlace) {
       const int left = k % 11 * 2 - 8, top = k / 11 * 2 - 8, w = i % 13 - 1, h = i % 11 - 1;
       RECT rc{left, top, left + w, top + h};
       object.DrawImage(device.Handle(), &rc, 1, -1, bits);
-      const RECT area = rastelo::ObjectProbe::DrawRect(object);
+      const RECT area = rastelo::Inside::DrawnArea(object);
       for (int p = 0; p < width * height; ++p) {
         const int x = p % width - area.left, y = area.bottom - 1 - p / width;
         const auto isOn = [](int i, int side) { return i >= 0 && i < side; };

@@ -8,11 +8,10 @@
 
 #include "platform/jpeg_codec.h"
 #include "testing/jpeg_samples.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/allocations.h"
 #include "tests/file_faults.h"
 
-using rastelo::ObjectProbe;
 
 namespace {
 
@@ -88,9 +87,9 @@ TEST(FileFaults, FailedReadsLeaveABmpOpenWithoutEffect) {
   for (const auto& c : cases) {
     const HookRecorder hooks;
     CRastelo object = ObjectWith(Noise(4, 2));
-    const auto before = ObjectProbe::Of(object);
+    const auto before = ObjectState(object);
     EXPECT_EQ(With(c.planned, [&] { return object.OpenImage(path.c_str()); }), c.opened);
-    EXPECT_EQ(ObjectProbe::Of(object) == before, c.opened == 0);
+    EXPECT_EQ(ObjectState(object) == before, c.opened == 0);
     EXPECT_EQ(hooks.boxes.size(), c.boxes);
   }
 }
@@ -101,9 +100,9 @@ TEST(FileFaults, FailedReadsLeaveAJpegOpenAsItsHeaderWasKnown) {
     for (int read = 0; read < 2; ++read) {
       const FileFaults planned = ends ? FileFaults{.endOfFile = read} : FileFaults{.read = read};
       CRastelo object = ObjectWith(Noise(4, 2));
-      const auto before = ObjectProbe::Of(object);
+      const auto before = ObjectState(object);
       EXPECT_EQ(With(planned, [&] { return object.OpenImage(path.c_str()); }), 0);
-      const auto after = ObjectProbe::Of(object);
+      const auto after = ObjectState(object);
       EXPECT_EQ(after.width, read == 0 ? 4 : 40);
       EXPECT_EQ(after.loaded, before.loaded);
       EXPECT_EQ(after.fileName, path);
@@ -123,17 +122,17 @@ TEST(FileFaults, FailedReadsLeaveAJpegOpenAsItsHeaderWasKnown) {
 TEST(FileFaults, ACodecWithoutMemoryLeavesTheObjectAsItWas) {
   const std::string path = PictureFile("a.jpg");
   CRastelo object = ObjectWith(Noise(4, 2));
-  const auto before = ObjectProbe::Of(object);
+  const auto before = ObjectState(object);
   codecFaults.memory = true;
   EXPECT_THROW(object.OpenImage(path.c_str()), std::bad_alloc);
   codecFaults = {};
-  EXPECT_EQ(ObjectProbe::Of(object), before);
+  EXPECT_EQ(ObjectState(object), before);
 }
 
 TEST(FileFaults, FailedWritesAreToldAndKeepTheObject) {
   const LiteralImage image = Noise(5, 4);
   CRastelo object = ObjectWith(image);
-  const auto before = ObjectProbe::Of(object);
+  const auto before = ObjectState(object);
   const std::string bmp = PictureFile("a.bmp", image), jpeg = TestFolder() + "a.jpg";
   const std::uintmax_t written[] = {0, 14, 54, 1078};
   for (int write = 0; write < 4; ++write) {
@@ -163,7 +162,7 @@ TEST(FileFaults, FailedWritesAreToldAndKeepTheObject) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line) << c.path;
     EXPECT_EQ(hooks.boxes.size(), c.boxes) << c.path;
   }
-  EXPECT_EQ(ObjectProbe::Of(object), before);
+  EXPECT_EQ(ObjectState(object), before);
 }
 
 TEST(FileFaults, ABmpHeaderAloneTakesNoMemory) {
@@ -223,12 +222,12 @@ TEST(JpegFaults, EveryChangedByteIsTakenOrRefusedAndEveryLengthFails) {
       changed[i] = std::uint8_t(changed[i] ^ flip);
       CRastelo object = ObjectWith(Noise(4, 2));
       OpenInBounds(object, changed);
-      ASSERT_TRUE(ObjectProbe::IsConsistent(object)) << i;
+      ASSERT_TRUE(IsConsistent(object)) << i;
     }
     CRastelo object = ObjectWith(Noise(4, 2));
-    auto expected = ObjectProbe::Of(object);
+    auto expected = ObjectState(object);
     EXPECT_EQ(OpenInBounds(object, {whole.begin(), whole.begin() + std::ptrdiff_t(i)}), 0) << i;
-    const auto state = ObjectProbe::Of(object);
+    const auto state = ObjectState(object);
     expected.fileName = state.fileName;
     if (state.width == 5) {  // the header was whole
       expected.width = 5;
@@ -290,7 +289,7 @@ TEST(Copies, ShareAndLetGoInAnyOrder) {
       }
       if (objects.empty()) objects.resize(2);
     }
-    for (const CRastelo& object : objects) ASSERT_TRUE(ObjectProbe::IsConsistent(object));
+    for (const CRastelo& object : objects) ASSERT_TRUE(IsConsistent(object));
   }
 }
 

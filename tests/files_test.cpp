@@ -11,11 +11,11 @@
 #include "platform/file.h"
 #include "platform/path.h"
 #include "testing/jpeg_samples.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/allocations.h"
 #include "tests/kernel_check.h"
 
-using rastelo::ObjectProbe;
+using rastelo::Inside;
 namespace platform = rastelo::platform;
 using testing::ElementsAre;
 
@@ -85,7 +85,7 @@ TEST(Bmp, OpensColoursAsKeyAndFill) {
   CRastelo object;
   object.DrawImage(nullptr, nullptr, 0, 0, nullptr);
   ASSERT_EQ(Open(object, file, "b.bmp"), 1);
-  const auto state = ObjectProbe::Of(object);
+  const auto state = ObjectState(object);
   Bytes pixels = reduced.bytes;
   pixels[6] = pixels[7] = pixels[14] = pixels[15] = 0;
   EXPECT_EQ(state.pixels, pixels);
@@ -136,18 +136,19 @@ TEST_P(BmpFile, OpensToItsPixelsOrLeavesTheObjectAlone) {
   Bytes file = Saved(image, "a.bmp");
   GetParam().change(file);
   CRastelo object = ObjectWith(Noise(2, 2, 3));
-  const auto before = ObjectProbe::Of(object);
+  const auto before = ObjectState(object);
   const HookRecorder hooks;
   EXPECT_EQ(Open(object, file, "b.bmp"), GetParam().opens ? 1 : 0);
   EXPECT_THAT(hooks.boxes, testing::IsEmpty());
   if (!GetParam().opens) {
-    EXPECT_EQ(ObjectProbe::Of(object), before);
+    EXPECT_EQ(ObjectState(object), before);
     return;
   }
-  if (GetParam().topDown) ObjectProbe::ReverseBitsY(object, image);
+  if (GetParam().topDown)
+    Inside::ReverseBitsY(object, image.width, image.height, image.BitCount(), image.bytes.data());
   for (std::int32_t y = 0; y < 3; ++y) std::memset(image.Pixels().Row(y) + 5, 0, 3);
   EXPECT_EQ(ImageOf(object), image);
-  EXPECT_EQ(ObjectProbe::Of(object).loaded, image.bytes);
+  EXPECT_EQ(ObjectState(object).loaded, image.bytes);
 }
 
 TEST(KeyColourPass, IsThePlainOneOnEveryTarget) {
@@ -213,7 +214,7 @@ TEST(Jpeg, OpensEveryCodingToTheRowsThatTheCodecAloneGives) {
           });
       CRastelo object;
       ASSERT_EQ(Open(object, file, "a.JPG"), 1) << coding.name;
-      const auto state = ObjectProbe::Of(object);
+      const auto state = ObjectState(object);
       EXPECT_TRUE(state.fileName.ends_with("a.JPG"));
       EXPECT_EQ(state.loaded, state.pixels);
       LiteralImage image = ImageOf(object);
@@ -248,8 +249,8 @@ TEST(Jpeg, WritesItsFormAndTheTopRowFirst) {
     CRastelo object;
     ASSERT_EQ(Open(object, file, "b.jpg"), 1);
     EXPECT_EQ(object.IsCanTrans2Gray(), image.pixelBytes == 3);
-    EXPECT_NEAR(ObjectProbe::Of(object).pixels.front(), 0, 6);
-    EXPECT_NEAR(ObjectProbe::Pixels(object)[15 * 16 * image.pixelBytes], 180, 6);
+    EXPECT_NEAR(ObjectState(object).pixels.front(), 0, 6);
+    EXPECT_NEAR(Inside::Pixels(object).bits[15 * 16 * image.pixelBytes], 180, 6);
   }
 }
 
@@ -297,10 +298,10 @@ TEST(Jpeg, RefusesWhatIsNoPictureOfOneOrThreeChannelsOfEightBits) {
   for (const Bytes& file :
        {Bytes(text.begin(), text.end()), MakeJpeg(8, 8, 4), tooLarge, gray12, colour12}) {
     CRastelo object = ObjectWith(Noise(4, 2));
-    auto expected = ObjectProbe::Of(object);
+    auto expected = ObjectState(object);
     EXPECT_EQ(Open(object, file, "a.jpg"), 0);
-    expected.fileName = ObjectProbe::Of(object).fileName;
-    EXPECT_EQ(ObjectProbe::Of(object), expected);
+    expected.fileName = ObjectState(object).fileName;
+    EXPECT_EQ(ObjectState(object), expected);
     EXPECT_TRUE(expected.fileName.ends_with("a.jpg"));
   }
 }
@@ -308,14 +309,14 @@ TEST(Jpeg, RefusesWhatIsNoPictureOfOneOrThreeChannelsOfEightBits) {
 TEST(Files, OpensInARowKeepWhatTheOtherFormatLeft) {
   CRastelo object;
   ASSERT_EQ(Open(object, MakeJpeg(8, 8, 3), "a.jpg"), 1);
-  EXPECT_TRUE(ObjectProbe::Of(object).bmpHeader.empty());
+  EXPECT_TRUE(ObjectState(object).bmpHeader.empty());
   ASSERT_EQ(Open(object, Saved(Noise(3, 3), "b.bmp"), "c.bmp"), 1);
-  EXPECT_TRUE(ObjectProbe::Of(object).fileName.ends_with("a.jpg"));
+  EXPECT_TRUE(ObjectState(object).fileName.ends_with("a.jpg"));
   ASSERT_EQ(Open(object, MakeJpeg(5, 2, 1), "d.jpg"), 1);
-  EXPECT_FALSE(ObjectProbe::Of(object).bmpHeader.empty());
-  EXPECT_EQ(ObjectProbe::Of(object).loadedWidth, 5);
+  EXPECT_FALSE(ObjectState(object).bmpHeader.empty());
+  EXPECT_EQ(ObjectState(object).loadedWidth, 5);
   object.Close();
-  EXPECT_TRUE(ObjectProbe::Of(object).bmpHeader.empty());
+  EXPECT_TRUE(ObjectState(object).bmpHeader.empty());
 }
 
 TEST(Files, ShowAMessageForWhatCannotBeOpened) {
@@ -324,11 +325,11 @@ TEST(Files, ShowAMessageForWhatCannotBeOpened) {
   std::filesystem::create_directory(folder + "folder.jpg");
   for (const char* name : {"none.bmp", "none.jpg", "folder.bmp", "folder.jpg"}) {
     CRastelo object = ObjectWith(Noise(4, 2));
-    const auto before = ObjectProbe::Of(object);
+    const auto before = ObjectState(object);
     const HookRecorder hooks;
     EXPECT_EQ(object.OpenImage((folder + name).c_str()), 0) << name;
     EXPECT_THAT(hooks.boxes, ElementsAre(kMissingText, kMissingCaption)) << name;
-    EXPECT_EQ(ObjectProbe::Of(object), before) << name;
+    EXPECT_EQ(ObjectState(object), before) << name;
   }
   EXPECT_FALSE(std::filesystem::exists(folder + "none.bmp"));
 }
@@ -388,8 +389,8 @@ TEST(VisibleSave, WritesTheDrawnAreaAsFarAsItLiesInTheImage) {
     ASSERT_EQ(Open(saved, ReadFile(path), "b.jpg"), 1);
     EXPECT_EQ(saved.GetWidth(), c.width);
     EXPECT_EQ(saved.GetHeight(), c.height);
-    EXPECT_NEAR(ObjectProbe::Pixels(saved)[0], c.bottom, 3);
-    EXPECT_NEAR(ObjectProbe::Of(saved).pixels.back(), c.top, 3);
+    EXPECT_NEAR(Inside::Pixels(saved).bits[0], c.bottom, 3);
+    EXPECT_NEAR(ObjectState(saved).pixels.back(), c.top, 3);
   }
 }
 

@@ -11,10 +11,9 @@
 #include "filter/sobel.h"
 #include "filter/template_operator.h"
 #include "plain/filter.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/kernel_check.h"
 
-using rastelo::ObjectProbe;
 
 namespace {
 
@@ -22,8 +21,8 @@ namespace {
 LiteralImage After(const LiteralImage& image, auto operation) {
   CRastelo object = ObjectWith(image);
   operation(object);
-  EXPECT_EQ(ObjectProbe::Of(object).loaded, image.bytes);
-  EXPECT_TRUE(ObjectProbe::IsConsistent(object));
+  EXPECT_EQ(ObjectState(object).loaded, image.bytes);
+  EXPECT_TRUE(IsConsistent(object));
   return ImageOf(object);
 }
 
@@ -232,7 +231,7 @@ TEST(Filters, LeaveOtherDepthsAndEmptyObjectsAsTheyAre) {
   for (int bits : {0, 8, 16, 24, 32}) {  // 8 and 24: closed
     CRastelo object = bits == 0 ? CRastelo() : ObjectWith(Noise(5, 4, bits / 8));
     if (bits % 16 == 8) object.Close();
-    const auto before = ObjectProbe::Of(object);
+    const auto before = ObjectState(object);
     object.Img_Sobel();
     object.ImgTemplateOperator(std::vector(9, 2.0).data(), 3);
     object.ImgTrans2_0_1(128, 1, 1);
@@ -244,7 +243,7 @@ TEST(Filters, LeaveOtherDepthsAndEmptyObjectsAsTheyAre) {
     history.DelProcessImg(nullptr);
     history.RevokeImgForward();
     history.RevokeImgBackward();
-    EXPECT_EQ(ObjectProbe::Of(object), before) << bits;
+    EXPECT_EQ(ObjectState(object), before) << bits;
   }
 }
 

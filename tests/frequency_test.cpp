@@ -10,11 +10,11 @@
 #include "frequency/magnitudes.h"
 #include "pixels/allocate_array.h"
 #include "plain/frequency.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/allocations.h"
 #include "tests/kernel_check.h"
 
-using rastelo::ObjectProbe;
+using rastelo::Inside;
 
 namespace {
 
@@ -46,7 +46,7 @@ TEST(Fourier, FollowsItsDefinition) {
     Coefficients rows = elements;
     const auto factors = rastelo::MakeFourierFactors(rastelo::TransformExponent(std::max(w, h)));
     rastelo::FourierPlane(w, h, factors.get())
-        .Transform(elements.data(), rows.data(), result.data());
+        .Transform(elements.data(), rows.data(), result.data(), nullptr);
     for (int i = 0; i < w * h; ++i) {
       const int u = i / h, v = i % h;
       std::complex<long double> sum = 0;
@@ -92,7 +92,7 @@ void ExpectSameTransform(std::int32_t w, std::int32_t h) {
     EXPECT_TRUE(SameBits({coefs, coefs + rows.size()}, expected)) << w << " x " << h;
     EXPECT_TRUE(ourMap == map) << w << " x " << h;
     Coefficients inPlace = elements, otherRows(rows.size());
-    plane.Transform(inPlace.data(), otherRows.data(), inPlace.data());
+    plane.Transform(inPlace.data(), otherRows.data(), inPlace.data(), nullptr);
     EXPECT_TRUE(SameBits(inPlace, expected) && SameBits(otherRows, rows)) << w << " x " << h;
   });
 }
@@ -168,6 +168,31 @@ TEST(Frequency, GivesTheMapsWorkedOutByHand) {
   }
 }
 
+TEST(Frequency, KeepsWhatAPlaneTransformGivesAndWhichMapItDrew) {
+  CRastelo object = ObjectWith({{10, 20}, {30, 40}});
+  object.FFT();
+  CRastelo copy = object;
+  EXPECT_FALSE(Inside::IsReconstruction(object));
+  Complex first[] = {{1, 0}, {3, 0}, {5, 0}, {7000, 0}}, second[4];
+  Inside::TransformPlane(object, first, second);
+  const rastelo::FrequencyData kept = Inside::Frequencies(object);
+  EXPECT_EQ(kept.coefficients[0].re, 7009);
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(kept.rows[i].re, first[i].re);
+    EXPECT_EQ(kept.coefficients[i].re, second[i].re);
+  }
+  EXPECT_EQ(MapOf(object), (Bytes{69, 69, 70, 70}));
+  EXPECT_EQ(MapOf(copy), (Bytes{0, 0, 0, 1})) << "a copy keeps its own";
+  copy = object;
+  object.IFFT();
+  EXPECT_TRUE(Inside::IsReconstruction(object));
+  EXPECT_FALSE(Inside::IsReconstruction(copy));
+  copy = object;
+  EXPECT_TRUE(Inside::IsReconstruction(copy)) << "copied with its map";
+  copy.ILPF(1e9);  // draws the map that both share
+  EXPECT_FALSE(Inside::IsReconstruction(object));
+}
+
 TEST(Frequency, BringsThePictureBackWithQuadrantsExchanged) {
   for (int i = 0; i < 17 * 17; ++i) {
     const int w = i % 17 + 1, h = i / 17 + 1;
@@ -188,10 +213,10 @@ TEST(Frequency, NeedsAMapOfTheCurrentSize) {
   const LiteralImage colours = Noise(6, 4, 3);
   CRastelo object = ObjectWith(colours), gray = object, other = ObjectWith(Noise(4, 4, 4)), empty;
   const auto changesNothing = [](CRastelo& o) {
-    const auto before = ObjectProbe::Of(o);
+    const auto before = ObjectState(o);
     o.ILPF(-1.0);
     EXPECT_EQ(o.IFFT(), 1);
-    return ObjectProbe::Of(o) == before && MapOf(o) == Bytes{0xEE};
+    return ObjectState(o) == before && MapOf(o) == Bytes{0xEE};
   };
   EXPECT_TRUE(changesNothing(object)) << "no map";
   gray.RGBImg2Gray();
@@ -218,7 +243,7 @@ TEST(Frequency, RunsOutOfMemoryWithoutAChange) {
       if (i / 2 > 0) object.FFT();
       object.ILPF(9.0);
       if (i % 2 == 1) object.SetExternalImageBits(Noise(8, 6, 3).bytes.data(), 8, 6, 24);
-      const auto before = ObjectProbe::Of(object);
+      const auto before = ObjectState(object);
       const Bytes map = MapOf(object);
       failed = false;
       try {
@@ -228,7 +253,7 @@ TEST(Frequency, RunsOutOfMemoryWithoutAChange) {
         failed = true;
       }
       if (failed && MapOf(object) == map) object.ILPF(9.0);  // draws the coefficients again
-      EXPECT_TRUE(!failed || (ObjectProbe::Of(object) == before && MapOf(object) == map));
+      EXPECT_TRUE(!failed || (ObjectState(object) == before && MapOf(object) == map));
       EXPECT_TRUE(failed || successes > 2) << "memory is taken";
     }
   }

@@ -4,11 +4,11 @@
 #include "histogram/class_pair.h"
 #include "histogram/gray_map.h"
 #include "plain/histogram.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/awkward_counts.h"
 #include "tests/kernel_check.h"
 
-using rastelo::GrayMap, rastelo::Histogram, rastelo::ObjectProbe;
+using rastelo::GrayMap, rastelo::Histogram;
 
 namespace {
 
@@ -147,10 +147,10 @@ TEST(HistogramEqualization, MapsTheLevelsOfAGrayImage) {
     LiteralImage image(width, pixels / width, 1);
     for (int i = 0; i < pixels; ++i) image.Pixels().Row(i / width)[i % width] = before[i];
     CRastelo object = ObjectWith(image);
-    auto expected = ObjectProbe::Of(object);
+    auto expected = ObjectState(object);
     for (int i = 0; i < pixels; ++i) expected.pixels[i / width * 4 + i % width] = after[i];
     kEqualise[variant](object);
-    EXPECT_EQ(ObjectProbe::Of(object), expected) << variant << ImageOf(object);
+    EXPECT_EQ(ObjectState(object), expected) << variant << ImageOf(object);
   };
   for (const auto& [variant, levels, after] : cases) check(variant, levels, after);
   for (int i = 0; i < 12; ++i) {

@@ -6,10 +6,10 @@
 #include <memory>
 #include <thread>
 
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/allocations.h"
 
-using rastelo::ObjectProbe;
+using rastelo::Inside;
 
 namespace {
 
@@ -22,12 +22,12 @@ TEST(Object, StartsEmptyAndClosesAnyNumberOfTimes) {
     EXPECT_FALSE(object.IsCanTrans2Gray());
     EXPECT_EQ(object.Close(), 1);
   }
-  EXPECT_EQ(ObjectProbe::GetImgSize(object), -1);
+  EXPECT_EQ(Inside::GetImgSize(object, "any"), -1);
 }
 
 TEST(Object, RefusesOtherExtensionsWithoutTouchingAnything) {
   CRastelo object = ObjectWith(Noise(5, 4, 3));
-  const auto before = ObjectProbe::Of(object);
+  const auto before = ObjectState(object);
   const HookRecorder hooks;
   const std::string folder = TestFolder();
   for (const char* name :
@@ -37,7 +37,7 @@ TEST(Object, RefusesOtherExtensionsWithoutTouchingAnything) {
   }
   EXPECT_EQ(object.OpenImage(nullptr), 0);
   EXPECT_EQ(object.SaveAs(nullptr), 0);
-  EXPECT_EQ(ObjectProbe::Of(object), before);
+  EXPECT_EQ(ObjectState(object), before);
   EXPECT_THAT(hooks.boxes, testing::IsEmpty());
   EXPECT_TRUE(std::filesystem::is_empty(folder));
 }
@@ -47,12 +47,12 @@ TEST(Object, KeepsTheHostsPixelsTailsIncluded) {
     for (std::int32_t width = 1; width <= 9; ++width) {
       const LiteralImage image = Noise(width, 3, pixelBytes);
       const CRastelo object = ObjectWith(image);
-      const auto state = ObjectProbe::Of(object);
+      const auto state = ObjectState(object);
       EXPECT_EQ(ImageOf(object), image);
       EXPECT_EQ(state.loaded, image.bytes);
       EXPECT_EQ(state.pitch, (8 * pixelBytes * width + 31) / 32 * 4);
       EXPECT_TRUE(state.opened);
-      EXPECT_TRUE(ObjectProbe::IsConsistent(object));
+      EXPECT_TRUE(IsConsistent(object));
     }
   }
 }
@@ -73,12 +73,12 @@ TEST(Object, TakesAnImageWithoutPixels) {
   object.Close();
   object.Zoom_Size(5, 0);
   EXPECT_EQ(object.GetWidth(), 0);
-  EXPECT_TRUE(ObjectProbe::IsConsistent(object));
+  EXPECT_TRUE(IsConsistent(object));
 }
 
 TEST(Object, IgnoresPixelsThatAreNoBuffer) {
   CRastelo object = ObjectWith(Noise(5, 4));
-  const auto before = ObjectProbe::Of(object);
+  const auto before = ObjectState(object);
   const unsigned char one = 1;
   const struct {
     const unsigned char* bits;
@@ -93,7 +93,7 @@ TEST(Object, IgnoresPixelsThatAreNoBuffer) {
                {&one, INT32_MAX, INT32_MAX, INT32_MAX}};
   for (const auto& c : cases) {
     object.SetExternalImageBits(c.bits, c.width, c.height, c.bitCount);
-    EXPECT_EQ(ObjectProbe::Of(object), before) << c.width << " x " << c.height;
+    EXPECT_EQ(ObjectState(object), before) << c.width << " x " << c.height;
   }
 }
 
@@ -104,11 +104,11 @@ TEST(Object, SavesNothingOfUnknownDepths) {
   for (const int bitCount : {0, 1, 4, 16, 32}) {
     CRastelo object;
     object.SetExternalImageBits(bits.data(), 4, 4, bitCount);
-    const auto before = ObjectProbe::Of(object);
+    const auto before = ObjectState(object);
     for (const char* name : {"a.bmp", "a.jpg"})
       EXPECT_EQ(object.SaveAs((folder + name).c_str()), 0) << name;
     EXPECT_EQ(object.SaveAs_visible_JPG((folder + "b.jpg").c_str()), 0);
-    EXPECT_EQ(ObjectProbe::Of(object), before) << bitCount;
+    EXPECT_EQ(ObjectState(object), before) << bitCount;
   }
   EXPECT_TRUE(std::filesystem::is_empty(folder));
 }
@@ -117,7 +117,7 @@ TEST(Object, CloseDropsTheImageAndKeepsTheLoadedSize) {
   CRastelo object = ObjectWith(Noise(5, 4));
   object.RotateImage_Dir(1);
   object.Close();
-  const auto state = ObjectProbe::Of(object);
+  const auto state = ObjectState(object);
   EXPECT_FALSE(state.hasPixels);
   EXPECT_FALSE(object.IsOpened());
   EXPECT_EQ(state.loadedWidth, 5);
@@ -142,8 +142,8 @@ TEST(Object, CopiesShareTheirPixelsUntilOneTakesOthers) {
   EXPECT_EQ(third.GetWidth(), 5);
   first.reset();
   second = CRastelo();
-  EXPECT_TRUE(ObjectProbe::IsConsistent(third));
-  EXPECT_EQ(ObjectProbe::Of(third).loaded, image.bytes);
+  EXPECT_TRUE(IsConsistent(third));
+  EXPECT_EQ(ObjectState(third).loaded, image.bytes);
 }
 
 TEST(Object, TurnsRowsUpsideDown) {
@@ -156,12 +156,12 @@ TEST(Object, TurnsRowsUpsideDown) {
                {LiteralImage({{1, 2, 3}, {4, 5, 6}}, 3), LiteralImage({{4, 5, 6}, {1, 2, 3}}, 3)}};
   for (const auto& c : cases) {
     LiteralImage image = c.before;
-    ObjectProbe::ReverseBitsY(object, image);
+    Inside::ReverseBitsY(object, image.width, image.height, image.BitCount(), image.bytes.data());
     EXPECT_EQ(image, c.after);
   }
   LiteralImage tails = {{1, 2, 3}, {4, 5, 6}};
   tails.bytes[3] = 0xAA;
-  ObjectProbe::ReverseBitsY(object, tails);
+  Inside::ReverseBitsY(object, tails.width, tails.height, tails.BitCount(), tails.bytes.data());
   EXPECT_EQ(tails.bytes[7], 0xAA) << "whole rows change places";
 }
 
@@ -212,7 +212,7 @@ TEST(OutOfMemory, LeavesTheObjectAsItWas) {
     for (std::size_t i = 0; i < operations.size(); ++i) {
       for (long successes = 0; successes < 50; ++successes) {
         CRastelo object = ObjectWith(Noise(20, 20, pixelBytes));
-        const auto before = ObjectProbe::Of(object);
+        const auto before = ObjectState(object);
         bool failed = false;
         {
           const allocations::FailAfter fault(successes);
@@ -223,8 +223,7 @@ TEST(OutOfMemory, LeavesTheObjectAsItWas) {
           }
         }
         if (!failed) break;
-        EXPECT_EQ(ObjectProbe::Of(object), before)
-            << "operation " << i << ", allocation " << successes;
+        EXPECT_EQ(ObjectState(object), before) << "operation " << i << ", allocation " << successes;
       }
     }
   }

@@ -7,12 +7,11 @@
 #include "segment/graph_cut.h"
 #include "segment/ndhm.h"
 #include "segment/otsu.h"
-#include "segment/two_level.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/awkward_counts.h"
 #include "tests/kernel_check.h"
 
-using rastelo::AffinityTable, rastelo::ObjectProbe;
+using rastelo::AffinityTable, rastelo::Inside;
 
 namespace {
 
@@ -56,8 +55,8 @@ TEST(Otsu, WantsOnePercentOnEitherSide) {
     };
     CRastelo object = ObjectWith(Changed({1, black + dark + bright, 1}, level));
     std::array found = {-7, -7};
-    ObjectProbe::SearchOtsu(object, 1, 200, &found[0]);
-    ObjectProbe::SearchOtsu(object, &found[1]);
+    Inside::SearchOtsu(object, 1, 200, &found[0]);
+    Inside::SearchOtsu(object, &found[1]);
     EXPECT_EQ(found, (std::array{aboveBlack, ofAll})) << black << ", " << dark;
   }
 }
@@ -114,23 +113,6 @@ TEST(Contrasts, AreThePlainOnesOnEveryTarget) {
   });
 }
 
-TEST(TwoLevel, IsPlainOnEveryTarget) {
-  for (const int threshold : {0, 1, 100, 255}) {
-    const auto level = static_cast<std::uint8_t>(threshold);
-    const auto change = [](auto gray, auto rule) {
-      for (std::int32_t y = 0; y < gray.height; ++y)
-        for (std::int32_t x = 0; x < gray.width; ++x)
-          gray.Row(y)[x] = static_cast<std::uint8_t>(rule(gray.Row(y)[x]));
-    };
-    ExpectSameInPlace(
-        1, [=](auto gray) { rastelo::ClearBelow(gray, level); },
-        [=](auto gray) { change(gray, [=](int v) { return v < level ? 0 : v; }); });
-    ExpectSameInPlace(
-        1, [=](auto gray) { rastelo::SplitAt(gray, level); },
-        [=](auto gray) { change(gray, [=](int v) { return v < level ? 0 : 255; }); });
-  }
-}
-
 TEST(Segment, ClearsWhatIsDarkAndComplementsTheGraphCut) {
   constexpr auto kOtsu = &CRastelo::Segment_Otsu, kCut = &CRastelo::Segment_Graphcut;
   const LiteralImage gray = {
@@ -170,10 +152,10 @@ TEST(Segment, ClearsWhatIsDarkAndComplementsTheGraphCut) {
   for (const auto& [segment, image, kept, trace] : cases) {
     const int toggle = segment == kCut ? 255 : 0;
     CRastelo object = ObjectWith(image);
-    auto expected = ObjectProbe::Of(object);
+    auto expected = ObjectState(object);
     expected.pixels = Changed(image, [&](int v) { return (v < kept ? 0 : v) ^ toggle; }).bytes;
     EXPECT_EQ(Trace(object, segment), trace + "end");
-    EXPECT_EQ(ObjectProbe::Of(object), expected) << image << ImageOf(object);
+    EXPECT_EQ(ObjectState(object), expected) << image << ImageOf(object);
   }
 }
 
@@ -217,12 +199,12 @@ TEST(Segment, SplitsBothDepthsAsThePlainRule) {
     gray.InverseGray();
     EXPECT_EQ(ImageOf(gray), complement);
     gray.RGBImg2Gray();
-    auto expected = ObjectProbe::Of(gray);
+    auto expected = ObjectState(gray);
     expected.pixels =
         Changed(ImageOf(gray), [=](int level) { return level < threshold ? 0 : 255; }).bytes;
     EXPECT_EQ(Trace(object, &CRastelo::Segment_NDHM, r % 2 ? -r : INT32_MIN), "");
     object.Segment_NDHM(r);
-    EXPECT_EQ(ObjectProbe::Of(object), expected) << r << ", " << image;
+    EXPECT_EQ(ObjectState(object), expected) << r << ", " << image;
   }
 }
 
@@ -234,23 +216,23 @@ TEST(Segment, LeavesOtherDepthsAndEmptyImagesAsTheyAre) {
   flat.SetExternalImageBits(&none, 3, 0, 24);
   for (CRastelo object :
        {CRastelo(), closed, empty, flat, ObjectWith(Noise(5, 4, 2)), ObjectWith(Noise(5, 4, 4))}) {
-    const auto before = ObjectProbe::Of(object);
+    const auto before = ObjectState(object);
     int average = -7;
-    EXPECT_EQ(ObjectProbe::GetImgAvgGray(object, &average), 0);
+    EXPECT_EQ(Inside::GetImgAvgGray(object, &average), 0);
     EXPECT_EQ(average, -7);
     EXPECT_EQ(Trace(object, &CRastelo::Segment_Otsu), Times(10, "0 ") + "end");
     EXPECT_EQ(Trace(object, &CRastelo::Segment_Graphcut), "0<0 end");
-    EXPECT_EQ(ObjectProbe::Of(object), before);
+    EXPECT_EQ(ObjectState(object), before);
     for (const int r : {0, 1, INT32_MAX})
       EXPECT_EQ(Trace(object, &CRastelo::Segment_NDHM, r), Times(256, "0 "));
-    EXPECT_EQ(ObjectProbe::Of(object).pixels, before.pixels);
+    EXPECT_EQ(ObjectState(object).pixels, before.pixels);
   }
 }
 
 TEST(GetImgAvgGray, IsTheTruncatedMean) {
   CRastelo object = ObjectWith({{10, 20, 30}, {40, 50, 61}});
   int average = -7;
-  EXPECT_EQ(ObjectProbe::GetImgAvgGray(object, &average), 1);
+  EXPECT_EQ(Inside::GetImgAvgGray(object, &average), 1);
   EXPECT_EQ(average, 35);
 }
 

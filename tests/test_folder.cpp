@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 
 std::string TestFolder() {
   const auto* test = testing::UnitTest::GetInstance()->current_test_info();

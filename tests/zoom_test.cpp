@@ -6,10 +6,10 @@
 
 #include "geometry/zoom.h"
 #include "plain/geometry.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 #include "tests/kernel_check.h"
 
-using rastelo::ObjectProbe;
+using rastelo::Inside;
 
 namespace {
 
@@ -81,13 +81,13 @@ TEST(Zoom, SamplesThePixelsThatCameIn) {
     object.RotateImage_Dir(1);
     object.ReserveImgBlock(0, 0, 2, 2);
     CRastelo other = object;
-    const auto before = ObjectProbe::Of(other);
+    const auto before = ObjectState(other);
     EXPECT_EQ(object.Zoom_Size(width, height), 1);
     ASSERT_EQ(ImageOf(object), asLoaded ? image : PlainZoom(seen, width, height)) << image;
     object.InverseGray();
-    EXPECT_EQ(ObjectProbe::Of(object).loaded, image.bytes);
-    EXPECT_TRUE(object.IsOpened() && ObjectProbe::IsConsistent(object));
-    EXPECT_EQ(ObjectProbe::Of(other), before) << "a copy keeps its pixels";
+    EXPECT_EQ(ObjectState(object).loaded, image.bytes);
+    EXPECT_TRUE(object.IsOpened() && IsConsistent(object));
+    EXPECT_EQ(ObjectState(other), before) << "a copy keeps its pixels";
   }
 }
 
@@ -95,7 +95,7 @@ TEST(Zoom, StaysInsideTheSourceWhereSinglePrecisionDoesNot) {
   CRastelo object = ObjectWith({{10, 200}});
   const LONG width = (1 << 24) + 4;  // its last column comes to lie on column 2
   EXPECT_EQ(object.Zoom_Size(width, 1), 1);
-  EXPECT_EQ(ObjectProbe::Pixels(object)[width - 1], 200);
+  EXPECT_EQ(Inside::Pixels(object).bits[width - 1], 200);
 }
 
 TEST(Zoom, WorksOutSizesFromTheCurrentOne) {
@@ -129,13 +129,13 @@ TEST(Zoom, ChangesNothingWithoutASizeOrASource) {
     CRastelo object = ObjectWith(Noise(5, 4, pixelBytes)), empty;
     if (i / 4 >= 5 && pixelBytes % 2 == 1) object.Close();
     for (CRastelo* image : {&object, &empty}) {
-      const auto before = ObjectProbe::Of(*image);
+      const auto before = ObjectState(*image);
       EXPECT_EQ(image->Zoom_Size(width, height), 1);
-      EXPECT_EQ(ObjectProbe::Of(*image), before) << width << " x " << height;
+      EXPECT_EQ(ObjectState(*image), before) << width << " x " << height;
       const LONG side = image->GetWidth();
       EXPECT_EQ(image->Zoom_In(pixelBytes % 2 == 0 ? 2.0 : 1.0) + image->Zoom_Out(0), 2);
       EXPECT_EQ(image->GetWidth(), side);
-      EXPECT_TRUE(ObjectProbe::IsConsistent(*image));
+      EXPECT_TRUE(IsConsistent(*image));
     }
   }
 }

@@ -2,7 +2,7 @@
 #include <cmath>
 #include <vector>
 
-#include "pixels/pixel_store.h"
+#include "image/inside.h"
 #include "tools/error.h"
 #include "tools/picture_file.h"
 #include "tools/step_arguments.h"
@@ -20,10 +20,7 @@ std::vector<unsigned char> RequireMap(const CRastelo& image) {
 }
 
 Action ParseFft(const std::string&) {
-  return [](RunState& state) {
-    state.image.FFT();
-    state.isReconstruction = false;
-  };
+  return [](RunState& state) { state.image.FFT(); };
 }
 
 Action ParseCut(const std::string& argument) {
@@ -33,7 +30,8 @@ Action ParseCut(const std::string& argument) {
     throw UsageError("expected a number: the largest magnitude / 100 to keep");
   return [limit](RunState& state) {
     RequireMap(state.image);
-    if (state.isReconstruction) throw OperationError("ifft has used the coefficients up");
+    if (Inside::IsReconstruction(state.image))
+      throw OperationError("ifft has used the coefficients up");
     state.image.ILPF(limit);
   };
 }
@@ -41,9 +39,9 @@ Action ParseCut(const std::string& argument) {
 Action ParseIfft(const std::string&) {
   return [](RunState& state) {
     RequireMap(state.image);
-    if (state.isReconstruction) throw OperationError("ifft has used the coefficients up");
+    if (Inside::IsReconstruction(state.image))
+      throw OperationError("ifft has used the coefficients up");
     state.image.IFFT();
-    state.isReconstruction = true;
   };
 }
 
@@ -52,13 +50,14 @@ Action ParseIfft(const std::string&) {
 CRastelo PictureOfMap(const RunState& state) {
   const std::vector<unsigned char> cells = RequireMap(state.image);
   const int width = state.image.GetWidth(), height = state.image.GetHeight();
+  const bool isReconstruction = Inside::IsReconstruction(state.image);
   const auto shift = [](int place, int side) {
     return place < side / 2 ? place + side / 2 : place - side / 2;
   };
   const PixelStore store = PixelStore::Zeroed(width, height, 8);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      const std::ptrdiff_t cell = state.isReconstruction
+      const std::ptrdiff_t cell = isReconstruction
                                       ? std::ptrdiff_t{width} * shift(y, height) + shift(x, width)
                                       : std::ptrdiff_t{height} * x + y;
       store.Pixels().Row(y)[x] = cells[static_cast<std::size_t>(cell)];

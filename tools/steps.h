@@ -18,7 +18,6 @@ struct RunState {
   std::optional<MemoryDeviceContext> screen;
   bool hasVisibleArea = false;        // a one-to-one draw has been made
   std::optional<PlotMark> threshold;  // the last one searched
-  bool isReconstruction = false;      // the frequency map holds what ifft gave
 };
 
 /// Carries a step out. Throws an OperationError that says what failed.

@@ -7,8 +7,11 @@
 #include "filter/push.h"
 #include "filter/sobel.h"
 #include "filter/template_operator.h"
-#include "histogram/level_tables.h"
+#include "histogram/histogram.h"
+#include "image/inside.h"
 #include "rastelo.h"
+
+using rastelo::Inside;
 
 namespace {
 
@@ -33,31 +36,30 @@ struct LightTable {
 
 void CRastelo::Img_Sobel() {
   RGBImg2Gray();
-  rastelo::ApplySobel(RowBytes());
+  rastelo::ApplySobel(Inside::RowBytes(*this));
 }
 
 void CRastelo::ImgTemplateOperator(double* const templateValues, int size) {
   RGBImg2Gray();
   if (!templateValues || size < 1 || size % 2 == 0) return;
-  rastelo::ApplyTemplate(RowBytes(), templateValues, size);
+  rastelo::ApplyTemplate(Inside::RowBytes(*this), templateValues, size);
 }
 
 void CRastelo::ImgTrans2_0_1(int threshold, int clearLow, int raiseHigh) {
   RGBImg2Gray();
-  rastelo::PushLevels(RowBytes(), threshold, clearLow != 0, raiseHigh != 0);
+  rastelo::PushLevels(Inside::RowBytes(*this), threshold, clearLow != 0, raiseHigh != 0);
 }
 
-void CRastelo::InverseGray() { rastelo::InvertBytes(RowBytes()); }
+void CRastelo::InverseGray() { rastelo::InvertBytes(Inside::RowBytes(*this)); }
 
 void CRastelo::ImgErosion() {}
 
 bool CRastelo::ImgGray_Exceed_Probability(int gray, double probability) {
-  rastelo::LevelTables t;
-  HistogramStatic(t.first, t.second, t.third);
+  const auto counts = rastelo::CountFirstPlane(Inside::Pixels(*this), m_nBitCount);
   std::int64_t total = 0, above = 0;
   for (int level = 0; level < 256; ++level) {
-    total += t.first[level];
-    if (level > gray) above += t.first[level];
+    total += counts[static_cast<std::size_t>(level)];
+    if (level > gray) above += counts[static_cast<std::size_t>(level)];
   }
   return static_cast<double>(above) / static_cast<double>(total) > probability;
 }
@@ -65,13 +67,13 @@ bool CRastelo::ImgGray_Exceed_Probability(int gray, double probability) {
 bool CRastelo::ImgAverageLight(int mode, int /*unused*/) {
   if (mode == 0) return ImgAverageLight_V(kAllPixels);
   if (mode != 2) return true;
-  const LightTable table(RowBytes().width);
+  const LightTable table(Inside::RowBytes(*this).width);
   int passes = 0;
   bool changed = true;
   do {
     ++passes;
-    rastelo::MeasureColumns(RowBytes(), kAllPixels, table.Columns());
-    changed = rastelo::LiftColumns(RowBytes(), table.Columns());
+    rastelo::MeasureColumns(Inside::RowBytes(*this), kAllPixels, table.Columns());
+    changed = rastelo::LiftColumns(Inside::RowBytes(*this), table.Columns());
   } while (changed && !ImgGray_Exceed_Probability(kBrightLevel, kBrightShare));
   // "Passes of evening by vertical projection: ", in code page 936.
   DebugTrace("%s%d",
@@ -82,9 +84,9 @@ bool CRastelo::ImgAverageLight(int mode, int /*unused*/) {
 }
 
 bool CRastelo::ImgAverageLight_V(int limit) {
-  const LightTable table(RowBytes().width);
-  rastelo::MeasureColumns(RowBytes(), limit, table.Columns());
-  rastelo::LiftColumns(RowBytes(), table.Columns());
+  const LightTable table(Inside::RowBytes(*this).width);
+  rastelo::MeasureColumns(Inside::RowBytes(*this), limit, table.Columns());
+  rastelo::LiftColumns(Inside::RowBytes(*this), table.Columns());
   return true;
 }
 

@@ -47,22 +47,23 @@ FourierPlane::FourierPlane(std::int32_t width, std::int32_t height, const Comple
 void FourierPlane::Transform(ConstImageView levels, Complex* rows, Complex* coefficients,
                              std::uint8_t* cells) const {
   rows_.TransformRows(levels, rows);
-  if (rows_.side != width_ || columns_.side != height_)
-    std::fill_n(cells, std::ptrdiff_t{width_} * height_, std::uint8_t{0});
   TransformColumns(rows, coefficients, cells);
-  ZeroLastPlaces(cells, width_, height_);
 }
 
-void FourierPlane::Transform(const Complex* elements, Complex* rows, Complex* coefficients) const {
+void FourierPlane::Transform(const Complex* elements, Complex* rows, Complex* coefficients,
+                             std::uint8_t* cells) const {
   rows_.TransformRows(elements, width_, height_, rows);
-  TransformColumns(rows, coefficients, nullptr);
+  TransformColumns(rows, coefficients, cells);
 }
 
 void FourierPlane::TransformColumns(Complex* rows, Complex* coefficients,
                                     std::uint8_t* cells) const {
   ZeroRest(rows, rows_.side, height_, width_, height_);
+  if (cells && (rows_.side != width_ || columns_.side != height_))
+    std::fill_n(cells, std::ptrdiff_t{width_} * height_, std::uint8_t{0});
   columns_.TransformRuns(rows, width_, height_, coefficients, cells);
   ZeroRest(coefficients, rows_.side, columns_.side, width_, height_);
+  if (cells) ZeroLastPlaces(cells, width_, height_);
 }
 
 void DrawReconstruction(const Complex* elements, std::int32_t width, std::int32_t height,

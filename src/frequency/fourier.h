@@ -26,9 +26,10 @@ class FourierPlane {
   void Transform(ConstImageView levels, Complex* rows, Complex* coefficients,
                  std::uint8_t* cells) const;
 
-  /// The same of H runs of W elements, without a map. The elements may be where the coefficients
-  /// come to be.
-  void Transform(const Complex* elements, Complex* rows, Complex* coefficients) const;
+  /// The same of H runs of W elements, without a map if `cells` is null. The elements may be where
+  /// the coefficients come to be.
+  void Transform(const Complex* elements, Complex* rows, Complex* coefficients,
+                 std::uint8_t* cells) const;
 
  private:
   FourierPlane(std::int32_t width, std::int32_t height, const Complex* factors, int factorExponent);

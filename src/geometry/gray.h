@@ -2,6 +2,7 @@
 #define RASTELO_GEOMETRY_GRAY_H
 
 #include "pixels/image_view.h"
+#include "pixels/pixel_store.h"
 
 namespace rastelo {
 
@@ -17,6 +18,13 @@ constexpr std::uint8_t GrayLevel(std::uint8_t blue, std::uint8_t green, std::uin
 /// @param gray  W x H pixels of 1 byte. Bytes behind column W - 1 are left alone.
 /// Needs equal sizes and no overlap; neither is checked. Cannot fail.
 void BgrToGray(ConstImageView bgr, ImageView gray);
+
+/// The gray levels in a new store, the bytes behind each row 0. Throws std::bad_alloc.
+inline PixelStore ConvertToGray(ConstImageView bgr) {
+  auto gray = PixelStore::Zeroed(bgr.width, bgr.height, 8);
+  BgrToGray(bgr, gray.Pixels());
+  return gray;
+}
 
 }  // namespace rastelo
 

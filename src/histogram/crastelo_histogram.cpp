@@ -1,91 +1,117 @@
 // Histogram statistics and the four equalisations.
 #include <algorithm>
+#include <initializer_list>
 
 #include "histogram/class_pair.h"
 #include "histogram/gray_map.h"
 #include "histogram/histogram.h"
-#include "histogram/level_tables.h"
+#include "image/inside.h"
 #include "rastelo.h"
+
+using rastelo::Inside;
+using rastelo::LevelCounts;
+
+namespace {
+
+/// A host's table as the library counts.
+rastelo::Histogram ToHistogram(const LONG* table) {
+  rastelo::Histogram counts;
+  std::copy_n(table, counts.size(), counts.begin());
+  return counts;
+}
+
+bool IsGray(const CRastelo& image) {
+  return Inside::HasPixels(image) && Inside::BitCount(image) == 8;
+}
+
+bool IsColour(const CRastelo& image) {
+  return Inside::HasPixels(image) && Inside::BitCount(image) == 24;
+}
+
+void EqualizeSegments(CRastelo& image, LevelCounts counts, std::initializer_list<int> bounds) {
+  rastelo::ApplyMap(Inside::Pixels(image),
+                    rastelo::MakeSegmentMap(counts, {bounds.begin(), bounds.size()}));
+}
+
+void EqualizeLifted(CRastelo& image, LevelCounts counts) {
+  rastelo::ApplyMap(Inside::Pixels(image), rastelo::MakeLiftedMap(counts));
+}
+
+void EqualizePlanes(CRastelo& image, const std::array<rastelo::Histogram, 3>& counts) {
+  rastelo::ApplyPlaneMaps(Inside::Pixels(image), {rastelo::MakeCumulativeMap(counts[0]),
+                                                  rastelo::MakeCumulativeMap(counts[1]),
+                                                  rastelo::MakeCumulativeMap(counts[2])});
+}
+
+void EqualizeThreeClasses(CRastelo& image, LevelCounts counts) {
+  const auto pair = rastelo::FindClassPair(counts);
+  if (pair) EqualizeSegments(image, counts, {0, pair->low, pair->high, 255});
+}
+
+void EqualizeTwoSides(CRastelo& image, LevelCounts counts) {
+  int threshold = 0;
+  Inside::SearchGraphCut(image, &threshold);
+  EqualizeSegments(image, counts, {0, threshold, 255});
+}
+
+}  // namespace
 
 void CRastelo::HistogramStatic(LONG* const first, LONG* const second, LONG* const third) {
   if (!first || !second || !third) return;
   std::array<rastelo::Histogram, 3> counts{};
-  if (m_nBitCount == 8) counts[0] = rastelo::CountLevels(ConstPixels());
-  if (m_nBitCount == 24) counts = rastelo::CountPlaneLevels(ConstPixels());
+  if (m_nBitCount == 8) counts[0] = rastelo::CountLevels(Inside::Pixels(*this));
+  if (m_nBitCount == 24) counts = rastelo::CountPlaneLevels(Inside::Pixels(*this));
   std::copy(counts[0].begin(), counts[0].end(), first);
   std::copy(counts[1].begin(), counts[1].end(), second);
   std::copy(counts[2].begin(), counts[2].end(), third);
 }
 
 void CRastelo::HistogramEqualization() {
-  rastelo::LevelTables t;
-  HistogramStatic(t.first, t.second, t.third);
-  if (m_nBitCount == 8) HistogramEqualization_8(t.first);
-  if (m_nBitCount == 24) HistogramEqualization_24(t.first, t.second, t.third);
+  const rastelo::ConstImageView pixels = Inside::Pixels(*this);
+  if (IsGray(*this)) EqualizeSegments(*this, rastelo::CountLevels(pixels), {0, 255});
+  if (IsColour(*this)) EqualizePlanes(*this, rastelo::CountPlaneLevels(pixels));
 }
 
 void CRastelo::HistogramEqualization1() {
-  rastelo::LevelTables t;
-  HistogramStatic(t.first, t.second, t.third);
-  if (m_nBitCount == 8) HistogramEqualization_8_1(t.first);
-  if (m_nBitCount == 24) HistogramEqualization_24(t.first, t.second, t.third);
+  const rastelo::ConstImageView pixels = Inside::Pixels(*this);
+  if (IsGray(*this)) EqualizeLifted(*this, rastelo::CountLevels(pixels));
+  if (IsColour(*this)) EqualizePlanes(*this, rastelo::CountPlaneLevels(pixels));
 }
 
 void CRastelo::HistogramEqualization2() {
-  rastelo::LevelTables t;
-  HistogramStatic(t.first, t.second, t.third);
-  if (m_nBitCount == 8) HistogramEqualization_8_2(t.first);
+  if (IsGray(*this)) EqualizeThreeClasses(*this, rastelo::CountLevels(Inside::Pixels(*this)));
 }
 
 void CRastelo::HistogramEqualization3() {
-  rastelo::LevelTables t;
-  HistogramStatic(t.first, t.second, t.third);
-  if (m_nBitCount == 8) HistogramEqualization_8_3(t.first);
+  if (IsGray(*this)) EqualizeTwoSides(*this, rastelo::CountLevels(Inside::Pixels(*this)));
 }
 
 void CRastelo::InitHistogramEqGrayMap(LONG* const counts, int first, int last, unsigned char* map) {
   rastelo::GrayMap segments;
   std::copy_n(map, segments.size(), segments.begin());
-  rastelo::FillSegmentMap(rastelo::ToHistogram(counts), first, last, segments);
+  rastelo::FillSegmentMap(ToHistogram(counts), first, last, segments);
   std::copy(segments.begin(), segments.end(), map);
 }
 
+// The steps of the equalisations for a host's own counts, as they are declared.
+
 void CRastelo::HistogramEqualization_8(LONG* const counts) {
-  if (!HasPixels()) return;
-  rastelo::GrayMap map{};
-  InitHistogramEqGrayMap(counts, 0, 255, map.data());
-  rastelo::ApplyMap(Pixels(), map);
+  if (IsGray(*this)) EqualizeSegments(*this, ToHistogram(counts), {0, 255});
 }
 
 void CRastelo::HistogramEqualization_24(LONG* const blue, LONG* const green, LONG* const red) {
-  if (!HasPixels()) return;
-  rastelo::ApplyPlaneMaps(Pixels(), {rastelo::MakeCumulativeMap(rastelo::ToHistogram(blue)),
-                                     rastelo::MakeCumulativeMap(rastelo::ToHistogram(green)),
-                                     rastelo::MakeCumulativeMap(rastelo::ToHistogram(red))});
+  if (IsColour(*this))
+    EqualizePlanes(*this, {ToHistogram(blue), ToHistogram(green), ToHistogram(red)});
 }
 
 void CRastelo::HistogramEqualization_8_1(LONG* const counts) {
-  if (!HasPixels()) return;
-  rastelo::ApplyMap(Pixels(), rastelo::MakeLiftedMap(rastelo::ToHistogram(counts)));
+  if (IsGray(*this)) EqualizeLifted(*this, ToHistogram(counts));
 }
 
 void CRastelo::HistogramEqualization_8_2(LONG* const counts) {
-  if (!HasPixels()) return;
-  const auto pair = rastelo::FindClassPair(rastelo::ToHistogram(counts));
-  if (!pair) return;
-  rastelo::GrayMap map{};
-  InitHistogramEqGrayMap(counts, 0, pair->low, map.data());
-  InitHistogramEqGrayMap(counts, pair->low, pair->high, map.data());
-  InitHistogramEqGrayMap(counts, pair->high, 255, map.data());
-  rastelo::ApplyMap(Pixels(), map);
+  if (IsGray(*this)) EqualizeThreeClasses(*this, ToHistogram(counts));
 }
 
 void CRastelo::HistogramEqualization_8_3(LONG* const counts) {
-  if (!HasPixels()) return;
-  int threshold = 0;
-  SearchOptimalThreshold_GraphCut(&threshold);
-  rastelo::GrayMap map{};
-  InitHistogramEqGrayMap(counts, 0, threshold, map.data());
-  InitHistogramEqGrayMap(counts, threshold, 255, map.data());
-  rastelo::ApplyMap(Pixels(), map);
+  if (IsGray(*this)) EqualizeTwoSides(*this, ToHistogram(counts));
 }

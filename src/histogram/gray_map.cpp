@@ -70,6 +70,13 @@ void FillSegmentMap(LevelCounts counts, int first, int last, GrayMap& map) {
   FillLiftedMap(counts, {from, to, to, last - first}, total, map);
 }
 
+GrayMap MakeSegmentMap(LevelCounts counts, std::span<const int> bounds) {
+  GrayMap map{};
+  for (std::size_t i = 1; i < bounds.size(); ++i)
+    FillSegmentMap(counts, bounds[i - 1], bounds[i], map);
+  return map;
+}
+
 GrayMap MakeLiftedMap(LevelCounts counts) {
   GrayMap map;
   FillLiftedMap(counts, {0, 255, 256, 256}, CountPixels(counts, 0, 255), map);

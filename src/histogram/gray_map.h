@@ -29,6 +29,9 @@ GrayMap MakeCumulativeMap(LevelCounts counts);
 /// map(first) = first. Needs 0 <= first <= last <= 255.
 void FillSegmentMap(LevelCounts counts, int first, int last, GrayMap& map);
 
+/// FillSegmentMap from each bound to the next one, ascending. Needs at least two.
+GrayMap MakeSegmentMap(LevelCounts counts, std::span<const int> bounds);
+
 /// FillSegmentMap of all levels with all 256 of them in M, S and A: M is trunc(N / 256). S still
 /// divides by 255. Needs a pixel.
 GrayMap MakeLiftedMap(LevelCounts counts);

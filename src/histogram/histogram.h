@@ -18,6 +18,12 @@ Histogram CountLevels(ConstImageView gray);
 /// The levels of each plane of a 24-bit image: blue, green, red.
 std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr);
 
+/// The levels of the first plane, blue or gray, of an image of 24 or 8 bits; none at other depths.
+inline Histogram CountFirstPlane(ConstImageView image, int bitCount) {
+  if (bitCount == 24) return CountPlaneLevels(image)[0];
+  return bitCount == 8 ? CountLevels(image) : Histogram{};
+}
+
 /// The sum of all levels of an 8-bit image.
 std::uint64_t SumLevels(ConstImageView gray);
 

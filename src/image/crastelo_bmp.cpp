@@ -5,13 +5,15 @@
 #include <span>
 
 #include "image/bmp_format.h"
+#include "image/inside.h"
 #include "image/key_colour.h"
 #include "image/little_endian.h"
 #include "image/missing_file_message.h"
 #include "image/reverse_rows.h"
-#include "pixels/pixel_store.h"
 #include "platform/file.h"
 #include "rastelo.h"
+
+using rastelo::Inside;
 
 namespace {
 
@@ -80,13 +82,14 @@ int CRastelo::OpenBmpImg(const char* path) {
       rastelo::PixelStore::ForOverwrite(layout->width, layout->height, layout->bitCount);
   if (!ReadRows(file, start, layout->pixelOffset, store)) return 0;
   if (layout->topDown) rastelo::ReverseRows(store.Pixels());
-  AdoptLoaded(store, RoomForCopy(store));
+  Inside::AdoptLoaded(*this, store, Inside::RoomForLoaded(*this, store));
   m_pBmpHeader = std::move(headerBlock);
   return 1;
 }
 
 int CRastelo::SaveAs_BMP(const char* path) {
-  if (!HasImageToSave()) return 0;
+  if (!m_pImgBits || !Inside::HasKnownDepth(*this)) return 0;
+  const rastelo::ConstImageView pixels = Inside::Pixels(*this);
   // A few rows at a time, with zeros behind their pixels.
   const auto rowsAtOnce = static_cast<LONG>(std::clamp<std::size_t>(
       kChunkBytes / std::max<std::size_t>(std::size_t(m_lLineBytes), 1), 1, INT32_MAX));
@@ -99,16 +102,15 @@ int CRastelo::SaveAs_BMP(const char* path) {
     rastelo::ShowMissingFileMessage();
     return 0;
   }
-  const auto fileHeader = rastelo::MakeBmpFileHeader(ConstPixels(), m_nBitCount);
-  const auto infoHeader = rastelo::MakeBmpInfoHeader(ConstPixels(), m_nBitCount);
+  const auto fileHeader = rastelo::MakeBmpFileHeader(pixels, m_nBitCount);
+  const auto infoHeader = rastelo::MakeBmpInfoHeader(pixels, m_nBitCount);
   const auto grayTable = rastelo::MakeBmpGrayTable();
   bool written = file.WriteAll(fileHeader.data(), fileHeader.size()) &&
                  file.WriteAll(infoHeader.data(), infoHeader.size());
   if (m_nBitCount == 8) written = written && file.WriteAll(grayTable.data(), grayTable.size());
   for (LONG y = 0; written && y < m_lHeight; y += rows.height) {
     const LONG count = std::min<LONG>(rows.height, m_lHeight - y);
-    for (LONG i = 0; i < count; ++i)
-      std::memcpy(rows.Pixels().Row(i), ConstPixels().Row(y + i), rowBytes);
+    for (LONG i = 0; i < count; ++i) std::memcpy(rows.Pixels().Row(i), pixels.Row(y + i), rowBytes);
     written = file.WriteAll(rows.bits.get(), std::size_t(rows.pitch) * std::size_t(count));
   }
   return written && file.Close() ? 1 : 0;

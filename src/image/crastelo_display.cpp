@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "image/draw_area.h"
-#include "pixels/image_view.h"
 #include "platform/device_context.h"
 #include "rastelo.h"
 
@@ -17,6 +16,11 @@ LONG Height(const RECT& rc) { return Wrap32(std::int64_t{rc.bottom} - rc.top); }
 int AddPanStep(int offset, int step) {
   return static_cast<int>(
       std::clamp<std::int64_t>(std::int64_t{offset} + step, -INT32_MAX, INT32_MAX));
+}
+
+/// Whether a device can be asked to draw pixels of this size and depth.
+bool CanDraw(LONG width, LONG height, int bitCount) {
+  return width > 0 && height > 0 && bitCount > 0 && bitCount <= 32;
 }
 
 }  // namespace
@@ -39,11 +43,6 @@ BITMAPINFO* BuildBitmapInfo(LONG width, LONG height, unsigned short bitCount) {
   return reinterpret_cast<BITMAPINFO*>(&record);
 }
 
-/// Whether there is something that a device can be asked to draw.
-bool CRastelo::CanDraw() const {
-  return m_lWidth > 0 && m_lHeight > 0 && m_nBitCount > 0 && m_nBitCount <= 32;
-}
-
 int CRastelo::DrawImage(HDC hdc, RECT* rc, int dx, int dy, unsigned char* bits) {
   if (!rc) return 1;
   const unsigned char* pixels = bits ? bits : m_pImgBits.get();
@@ -57,7 +56,7 @@ int CRastelo::DrawImage(HDC hdc, RECT* rc, int dx, int dy, unsigned char* bits) 
   *m_pDrawRect = {left, top, Wrap32(std::int64_t{left} + width),
                   Wrap32(std::int64_t{top} + height)};
   BITMAPINFO* info = BuildBitmapInfo(m_lWidth, m_lHeight, static_cast<WORD>(m_nBitCount));
-  if (!pixels || !CanDraw()) return 1;
+  if (!pixels || !CanDraw(m_lWidth, m_lHeight, m_nBitCount)) return 1;
   rastelo::platform::SetDIBitsToDevice(hdc, rc->left, rc->top, static_cast<DWORD>(width),
                                        static_cast<DWORD>(height), left, top, 0,
                                        static_cast<UINT>(m_lHeight), pixels, info, DIB_RGB_COLORS);
@@ -66,7 +65,7 @@ int CRastelo::DrawImage(HDC hdc, RECT* rc, int dx, int dy, unsigned char* bits) 
 
 int CRastelo::DrawImage(HDC hdc, RECT* rc, bool stretch) {
   if (!stretch) return DrawImage(hdc, rc, 0, 0, nullptr);
-  if (!rc || !m_pImgBits || !CanDraw()) return 0;
+  if (!rc || !m_pImgBits || !CanDraw(m_lWidth, m_lHeight, m_nBitCount)) return 0;
   BITMAPINFO* info = BuildBitmapInfo(m_lWidth, m_lHeight, static_cast<WORD>(m_nBitCount));
   return rastelo::platform::StretchDIBits(hdc, rc->left, rc->top, Width(*rc), Height(*rc), 0, 0,
                                           m_lWidth, m_lHeight, m_pImgBits.get(), info,

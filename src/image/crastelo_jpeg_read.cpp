@@ -2,15 +2,23 @@
 #include <cstring>
 #include <new>
 
+#include "image/inside.h"
 #include "image/missing_file_message.h"
-#include "pixels/pixel_store.h"
 #include "platform/file.h"
 #include "platform/jpeg_codec.h"
 #include "rastelo.h"
 
 using namespace rastelo::platform;
+using rastelo::Inside;
 
 namespace {
+
+/// Keeps as much of a path as there is room for, and fills up with zeros.
+template <std::size_t kSize>
+void KeepPath(const char* path, char (&kept)[kSize]) {
+  std::strncpy(kept, path, kSize - 1);
+  kept[kSize - 1] = 0;
+}
 
 bool IsUsablePath(const char* path) { return path && std::strlen(path) > 4; }
 
@@ -50,11 +58,6 @@ int CRastelo::ReadJpg(const char* path) {
   return Read(properties, IJL_JFILE_READWHOLEIMAGE) ? 1 : 0;
 }
 
-void CRastelo::KeepFileName(const char* path) noexcept {
-  std::memset(m_szFileName, 0, sizeof m_szFileName);
-  std::strncpy(m_szFileName, path, sizeof m_szFileName - 1);
-}
-
 int CRastelo::OpenJpgImg(const char* path) {
   if (!File::OpenExisting(path)) {
     rastelo::ShowMissingFileMessage();
@@ -64,25 +67,25 @@ int CRastelo::OpenJpgImg(const char* path) {
   int bitCount = 0;
   if (!GetSizeJPG(path, &width, &height, &bitCount) || !rastelo::IsKnownDepth(bitCount) ||
       !rastelo::FitsBuffer(width, height, bitCount)) {
-    KeepFileName(path);
+    KeepPath(path, m_szFileName);
     return 0;
   }
   const auto store = rastelo::PixelStore::ForOverwrite(width, height, bitCount);
-  const auto copy = RoomForCopy(store);
-  const rastelo::PixelStore before{m_pImgBits, m_lWidth, m_lHeight, m_lLineBytes, m_nBitCount};
-  Adopt(store);
+  const auto room = Inside::RoomForLoaded(*this, store);
+  const rastelo::PixelStore before = Inside::Current(*this);
+  Inside::Adopt(*this, store);
   int decoded = 0;
   try {
     decoded = ReadJpg(path);
   } catch (...) {
-    Adopt(before);
+    Inside::Adopt(*this, before);
     throw;
   }
-  KeepFileName(path);
+  KeepPath(path, m_szFileName);
   if (!decoded) {
     std::memset(store.bits.get(), 0, store.Bytes());
     return 0;
   }
-  AdoptLoaded(store, copy);
+  Inside::AdoptLoaded(*this, store, room);
   return 1;
 }

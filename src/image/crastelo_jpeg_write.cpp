@@ -2,12 +2,13 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "image/inside.h"
 #include "image/spread_rows.h"
-#include "pixels/pixel_store.h"
 #include "platform/jpeg_codec.h"
 #include "rastelo.h"
 
 using namespace rastelo::platform;
+using rastelo::Inside;
 
 namespace {
 
@@ -67,14 +68,14 @@ RECT ClipToImage(const RECT& area, LONG width, LONG height) {
 }  // namespace
 
 int CRastelo::SaveAs_JPG(const char* path) {
-  if (!HasImageToSave()) return 0;
+  if (!m_pImgBits || !Inside::HasKnownDepth(*this)) return 0;
   return ReportingExceptions([&](JPEG_CORE_PROPERTIES& properties) {
-    return WriteJpeg(path, ConstPixels(), m_nBitCount, properties);
+    return WriteJpeg(path, Inside::Pixels(*this), m_nBitCount, properties);
   });
 }
 
 int CRastelo::SaveAs_visible_JPG(const char* path) {
-  if (!HasImageToSave()) return 0;
+  if (!m_pImgBits || !Inside::HasKnownDepth(*this)) return 0;
   return ReportingExceptions([&](JPEG_CORE_PROPERTIES& properties) {
     const RECT area = ClipToImage(*m_pDrawRect, m_lWidth, m_lHeight);
     const auto block = rastelo::PixelStore::ForOverwrite(area.right - area.left,

@@ -25,4 +25,10 @@ PixelStore PixelStore::Zeroed(std::int32_t width, std::int32_t height, int bitCo
   return store;
 }
 
+PixelStore PixelStore::Copy() const {
+  PixelStore copy = ForOverwrite(width, height, bitCount);
+  std::memcpy(copy.bits.get(), bits.get(), Bytes());
+  return copy;
+}
+
 }  // namespace rastelo

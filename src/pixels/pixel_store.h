@@ -15,6 +15,9 @@ struct PixelStore {
   /// The same with bytes of any value, to be written before they are shown.
   static PixelStore ForOverwrite(std::int32_t width, std::int32_t height, int bitCount);
 
+  /// The same pixels in memory of their own.
+  PixelStore Copy() const;
+
   std::size_t Bytes() const { return std::size_t(pitch) * std::size_t(height); }
   ImageView Pixels() const { return {bits.get(), width, height, pitch}; }
 

@@ -1,17 +1,19 @@
 // Threshold searches and the segmentations that apply them.
 #include <memory>
+#include <utility>
 
 #include "filter/invert.h"
+#include "filter/push.h"
 #include "geometry/gray.h"
 #include "histogram/histogram.h"
-#include "histogram/level_tables.h"
-#include "pixels/pixel_store.h"
+#include "image/inside.h"
 #include "platform/clock.h"
 #include "rastelo.h"
 #include "segment/graph_cut.h"
 #include "segment/ndhm.h"
 #include "segment/otsu.h"
-#include "segment/two_level.h"
+
+using rastelo::Inside;
 
 namespace {
 
@@ -21,6 +23,19 @@ constexpr int kMaxPasses = 10;
 /// a further pass is of no use.
 bool HasSettled(int before, int now) { return before != now && before - now < 10; }
 
+/// What setting pixels below the threshold to 0 does to the counts of their levels.
+/// @return whether a pixel changes.
+bool ClearBelow(rastelo::Histogram& counts, int threshold) {
+  const std::int32_t black = counts[0];
+  for (int level = 1; level < threshold; ++level)
+    counts[0] += std::exchange(counts[static_cast<std::size_t>(level)], 0);
+  return counts[0] != black;
+}
+
+void ClearBelow(CRastelo& image, int threshold) {
+  rastelo::PushLevels(Inside::RowBytes(image), threshold, true, false);
+}
+
 void TraceDuration(std::uint32_t start) {
   const std::uint32_t milliseconds = rastelo::platform::TickCount() - start;
   DebugTrace("graph cut times: %d%s\n", static_cast<int>(milliseconds), "ms");
@@ -29,15 +44,14 @@ void TraceDuration(std::uint32_t start) {
 }  // namespace
 
 int CRastelo::GetImgAvgGray(int* average) {
-  if (m_nBitCount != 8 || !HasPixels()) return 0;
-  *average = rastelo::MeanLevel(ConstPixels());
+  if (m_nBitCount != 8 || !Inside::HasPixels(*this)) return 0;
+  *average = rastelo::MeanLevel(Inside::Pixels(*this));
   return 1;
 }
 
 void CRastelo::SearchOptimalThreshold_Otsu(int low, int high, int* result) {
-  rastelo::LevelTables t;
-  HistogramStatic(t.first, t.second, t.third);
-  const auto threshold = rastelo::FindOtsuThreshold(rastelo::ToHistogram(t.first), low, high);
+  const auto counts = rastelo::CountFirstPlane(Inside::Pixels(*this), m_nBitCount);
+  const auto threshold = rastelo::FindOtsuThreshold(counts, low, high);
   if (threshold) *result = *threshold;
 }
 
@@ -49,7 +63,7 @@ void CRastelo::Segment_Otsu() {
   const std::uint32_t start = rastelo::platform::TickCount();
   // What a pass does to the pixels is known from their counts, so they change only once.
   rastelo::Histogram counts{};
-  if (m_nBitCount == 8) counts = rastelo::CountLevels(ConstPixels());
+  if (m_nBitCount == 8) counts = rastelo::CountLevels(Inside::Pixels(*this));
   int threshold = 0, cleared = 0, previous = 0;
   for (int pass = 0; pass < kMaxPasses; ++pass) {
     threshold = rastelo::FindOtsuThreshold(counts, threshold, 255).value_or(threshold);
@@ -57,46 +71,45 @@ void CRastelo::Segment_Otsu() {
     if (pass == 0) previous = average;
     DebugTrace("otsu__average gray: %d\n", average);
     if (HasSettled(previous, average)) break;
-    rastelo::ClearBelow(counts, static_cast<std::uint8_t>(threshold));
+    ClearBelow(counts, threshold);
     cleared = threshold;
     previous = average;
   }
-  if (m_nBitCount == 8) rastelo::ClearBelow(Pixels(), static_cast<std::uint8_t>(cleared));
+  if (m_nBitCount == 8) ClearBelow(*this, cleared);
   TraceDuration(start);
 }
 
 void CRastelo::SearchOptimalThreshold_GraphCut(int* result) {
   const auto tables = std::make_unique<rastelo::GraphCutTables>();
-  *result = rastelo::FindGraphCutThreshold(RowBytes(), *tables);
+  *result = rastelo::FindGraphCutThreshold(Inside::RowBytes(*this), *tables);
 }
 
 void CRastelo::Segment_Graphcut() {
   const std::uint32_t start = rastelo::platform::TickCount();
   const auto tables = std::make_unique<rastelo::GraphCutTables>();  // before any pixel changes
   rastelo::Histogram counts{};
-  if (m_nBitCount == 8) counts = rastelo::CountLevels(ConstPixels());
+  if (m_nBitCount == 8) counts = rastelo::CountLevels(Inside::Pixels(*this));
   int threshold = 0, previous = 0;
   bool hasChanged = true;  // else the search would find what it has found
   for (int pass = 0; pass < kMaxPasses; ++pass) {
     const int average = rastelo::MeanOfCounts(counts);
     DebugTrace("before graphCut__average gray: %d\n", average);
-    if (hasChanged) threshold = rastelo::FindGraphCutThreshold(RowBytes(), *tables);
+    if (hasChanged) threshold = rastelo::FindGraphCutThreshold(Inside::RowBytes(*this), *tables);
     DebugTrace("threshold: %d\n", threshold);
     if (pass != 0 && HasSettled(previous, average)) break;
     if (average < 8) break;
     previous = average;
-    const auto level = static_cast<std::uint8_t>(threshold);
-    hasChanged = rastelo::ClearBelow(counts, level);
-    if (hasChanged) rastelo::ClearBelow(Pixels(), level);
+    hasChanged = ClearBelow(counts, threshold);
+    if (hasChanged) ClearBelow(*this, threshold);
     DebugTrace("after graphCut__average gray: %d\n", rastelo::MeanOfCounts(counts));
   }
   TraceDuration(start);
-  rastelo::InvertBytes(RowBytes());
+  rastelo::InvertBytes(Inside::RowBytes(*this));
 }
 
 void CRastelo::SearchOptimalThreshold_NDHM(int radius, int* result) {
   if (radius < 0) return;
-  const rastelo::ImageView bytes = RowBytes();
+  const rastelo::ImageView bytes = Inside::RowBytes(*this);
   const auto columns = static_cast<std::size_t>(bytes.width);
   const auto columnSums = std::make_unique<std::uint32_t[]>(columns);
   InverseGray();
@@ -113,8 +126,8 @@ void CRastelo::Segment_NDHM(int radius) {
   int threshold = 0;
   SearchOptimalThreshold_NDHM(radius, &threshold);
   if (turnsGray) {
-    rastelo::BgrToGray(ConstPixels(), gray.Pixels());
-    Adopt(gray);
+    rastelo::BgrToGray(Inside::Pixels(*this), gray.Pixels());
+    Inside::Adopt(*this, gray);
   }
-  rastelo::SplitAt(RowBytes(), static_cast<std::uint8_t>(threshold));
+  rastelo::PushLevels(Inside::RowBytes(*this), threshold, true, true);
 }

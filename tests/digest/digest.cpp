@@ -18,26 +18,15 @@
 #include <string>
 #include <vector>
 
+#include "image/inside.h"
 #include "platform/device_context.h"
 #include "rastelo.h"
 #include "segment/graph_cut.h"
 #include "testing/test_device.h"
 
-/// What the digest sees of an object's inside. CRastelo has it as a friend.
-struct rastelo::ObjectProbe {
-  static ConstImageView Pixels(const CRastelo& o) { return o.ConstPixels(); }
-  static const Complex* Coefficients(const CRastelo& o) { return o.m_pFreqCoefs.get(); }
-  static void SearchOtsu(CRastelo& o, int low, int* found) {
-    o.SearchOptimalThreshold_Otsu(low, 255, found);
-  }
-  static void SearchNdhm(CRastelo& o, int radius, int* found) {
-    o.SearchOptimalThreshold_NDHM(radius, found);
-  }
-};
-
 namespace {
 
-using rastelo::ObjectProbe;
+using rastelo::Inside;
 
 /// Fowler, Noll and Vo's hash of 64 bits, variant 1a.
 class Digest {
@@ -54,7 +43,7 @@ class Digest {
   void Add(const CRastelo& image) {
     const int pixelBytes = image.IsCanTrans2Gray() ? 3 : 1;
     Add(std::vector<LONG>{image.GetWidth(), image.GetHeight(), pixelBytes});
-    const rastelo::ConstImageView pixels = ObjectProbe::Pixels(image);
+    const rastelo::ConstImageView pixels = Inside::Pixels(image);
     for (LONG y = 0; y < image.GetHeight(); ++y)
       Add(pixels.Row(y), static_cast<std::size_t>(image.GetWidth() * pixelBytes));
   }
@@ -93,7 +82,7 @@ void AddSpectrum(const CRastelo& image, Digest& digest) {
   std::vector<unsigned char> map(Cells(image));
   image.GetSpectrum(map.data());
   digest.Add(map);
-  digest.Add(ObjectProbe::Coefficients(image), Cells(image) * sizeof(Complex));
+  digest.Add(Inside::Frequencies(image).coefficients.get(), Cells(image) * sizeof(Complex));
 }
 
 void CountHistogram(CRastelo& image, Digest& digest) {
@@ -118,8 +107,8 @@ void SumRows(CRastelo& image, Digest& digest) {
 void SearchThresholds(CRastelo& image, Digest& digest) {
   std::vector<int> found(16, -1);
   for (int i = 0; i < 8; ++i) {
-    ObjectProbe::SearchOtsu(image, i * 30, &found[static_cast<std::size_t>(i)]);
-    ObjectProbe::SearchNdhm(image, i * i, &found[static_cast<std::size_t>(8 + i)]);
+    Inside::SearchOtsu(image, i * 30, 255, &found[static_cast<std::size_t>(i)]);
+    Inside::SearchNdhm(image, i * i, &found[static_cast<std::size_t>(8 + i)]);
   }
   digest.Add(found);
 }
@@ -127,7 +116,7 @@ void SearchThresholds(CRastelo& image, Digest& digest) {
 void SumAffinities(CRastelo& image, Digest& digest) {
   if (image.IsCanTrans2Gray()) return;
   const auto table = std::make_unique<rastelo::AffinityTable>();
-  rastelo::SumAffinities(ObjectProbe::Pixels(image), *table);
+  rastelo::SumAffinities(Inside::Pixels(image), *table);
   digest.Add(table.get(), sizeof *table);
   digest.Add(std::vector<int>{rastelo::FindGraphCutThreshold(*table)});
 }

@@ -11,9 +11,9 @@
 #include <random>
 #include <thread>
 
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 
-using rastelo::ObjectProbe;
+using rastelo::Inside;
 
 namespace {
 
@@ -27,7 +27,7 @@ TEST(PosixFiles, KeepTheStartOfALongPath) {
   CRastelo object = ObjectWith(Noise(4, 2));
   ASSERT_EQ(object.SaveAs(path.c_str()), 1);
   EXPECT_EQ(object.OpenImage(path.c_str()), 1);
-  EXPECT_EQ(ObjectProbe::Of(object).fileName, path.substr(0, 259));
+  EXPECT_EQ(ObjectState(object).fileName, path.substr(0, 259));
 }
 
 TEST(PosixFiles, APathNeedsNoEncoding) {
@@ -85,7 +85,7 @@ TEST(KilledSaves, LeaveTheOldFileOrABeginningOfTheNewOne) {
       ASSERT_TRUE(left == before || isBeginning) << left.size();
       CRastelo again;
       again.OpenImage(path.c_str());
-      ASSERT_TRUE(ObjectProbe::IsConsistent(again));
+      ASSERT_TRUE(IsConsistent(again));
     }
   }
 }

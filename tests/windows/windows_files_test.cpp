@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/file.h"
-#include "testing/object_probe.h"
+#include "testing/object_state.h"
 
 namespace {
 

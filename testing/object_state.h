@@ -1,0 +1,36 @@
+#ifndef RASTELO_TESTING_OBJECT_STATE_H
+#define RASTELO_TESTING_OBJECT_STATE_H
+
+#include <string>
+#include <vector>
+
+#include "image/inside.h"
+#include "rastelo.h"
+#include "testing/hook_recorder.h"
+#include "testing/literal_image.h"
+
+/// Every member of an object but the pan offsets and the drawn area, buffers by content.
+struct ObjectState {
+  explicit ObjectState(const CRastelo& object);
+  bool operator==(const ObjectState&) const = default;
+
+  std::string fileName;
+  std::vector<std::uint8_t> pixels, loaded, bmpHeader;
+  LONG width, height, pitch, loadedWidth, loadedHeight;
+  int bitCount, loadedBitCount;
+  bool opened, hasPixels;
+};
+/// Whether sizes, depths, pitch and buffers agree.
+bool IsConsistent(const CRastelo& object);
+
+/// The current image, tails included.
+LiteralImage ImageOf(const CRastelo& object);
+/// An object that was handed this image.
+CRastelo ObjectWith(const LiteralImage& image);
+/// The bytes of a file; empty if there is none.
+std::vector<std::uint8_t> ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
+/// A folder of the test's own, empty at its start. Ends in "/".
+std::string TestFolder();
+
+#endif  // RASTELO_TESTING_OBJECT_STATE_H
