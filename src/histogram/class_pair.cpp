@@ -1,8 +1,9 @@
 #include "histogram/class_pair.h"
 
-#include <algorithm>
 #include <cfloat>
 #include <numeric>
+
+#include "numeric/first_least.h"
 
 namespace rastelo {
 namespace {
@@ -68,13 +69,15 @@ class PairEstimates {
     for (std::size_t high = 1; high + 1 < size_; ++high) upper_[high] = Spread(high, size_ - 1);
   }
 
-  /// Calls visit(low, high, estimate) for the pairs of bounds that are thresholds, in order.
+  /// Calls visit with each pair of bounds, in order.
   template <class Visit>
   void ForEachPair(Visit visit) const {
     for (std::size_t low = 0; low + 2 < size_; ++low) {
       const double lower = low == 0 ? 0.0 : Spread(0, low);
       for (std::size_t high = low + 1; high + 1 < size_; ++high)
-        visit(bound_[low], bound_[high], lower + Spread(low, high) + upper_[high]);
+        visit(EstimatedPlace<ThresholdPair>{
+            {static_cast<int>(bound_[low]), static_cast<int>(bound_[high])},
+            lower + Spread(low, high) + upper_[high]});
     }
   }
 
@@ -95,24 +98,16 @@ class PairEstimates {
 
 std::optional<ThresholdPair> FindClassPair(LevelCounts counts) {
   const PairEstimates estimates(counts);
-  double least = DBL_MAX;
-  estimates.ForEachPair(
-      [&](std::size_t, std::size_t, double estimate) { least = std::min(least, estimate); });
-
   const Shares shares(counts);
-  const auto total = std::accumulate(counts.begin(), counts.end(), 0.0);
-  const double limit = least + 2 * kMargin * total;
-  std::optional<ThresholdPair> best;
-  double smallest = DBL_MAX;
-  estimates.ForEachPair([&](std::size_t low, std::size_t high, double estimate) {
-    if (estimate > limit) return;
-    const double sum = WeightedVariance(shares, low, high) + WeightedVariance(shares, 0, low) +
-                       WeightedVariance(shares, high, kLevels);
-    if (!(smallest > sum)) return;
-    smallest = sum;
-    best = {static_cast<int>(low), static_cast<int>(high)};
-  });
-  return best;
+  const auto margin = kMargin * std::accumulate(counts.begin(), counts.end(), 0.0);
+  const auto weigh = [&](const ThresholdPair& pair) {
+    const auto low = static_cast<std::size_t>(pair.low), high = static_cast<std::size_t>(pair.high);
+    return WeightedVariance(shares, low, high) + WeightedVariance(shares, 0, low) +
+           WeightedVariance(shares, high, kLevels);
+  };
+  return FindFirstLeast<ThresholdPair>([&](auto visit) { estimates.ForEachPair(visit); },
+                                       [&](double least) { return least + 2 * margin; }, DBL_MAX,
+                                       weigh);
 }
 
 }  // namespace rastelo

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cfloat>
 #include <cstdlib>
-#include <span>
 
+#include "numeric/first_least.h"
 #include "numeric/rounded_functions.h"
 
 namespace rastelo {
@@ -104,29 +104,28 @@ class CutEstimates {
       matters_[t] = t == 0 || rows[t - 1] + columns[t - 1] + rows[t] + columns[t] > 0.0;
   }
 
-  /// Whether the cut at a level can be the first of the smallest.
-  bool CanWin(std::size_t t) const { return matters_[t] && cuts_[t].IsValid(); }
-  double Rating(std::size_t t) const { return cuts_[t].Normalised(); }
+  /// Calls visit with each level whose cut can be the first of the smallest.
+  template <class Visit>
+  void ForEachCut(Visit visit) const {
+    for (std::size_t t = 0; t < 256; ++t)
+      if (matters_[t] && cuts_[t].IsValid())
+        visit(EstimatedPlace<std::size_t>{t, cuts_[t].Normalised()});
+  }
 
  private:
   std::array<Cut, 256> cuts_;
   std::array<bool, 256> matters_;
 };
 
-/// The levels whose cut can be the first of the smallest, ascending.
-struct Candidates {
-  /// @param margin  how far an estimated rating may be off, relatively.
-  Candidates(const CutEstimates& estimates, double margin) {
-    double least = DBL_MAX;
-    for (std::size_t t = 0; t < 256; ++t)
-      if (estimates.CanWin(t)) least = std::min(least, estimates.Rating(t));
-    for (std::size_t t = 0; t < 256; ++t)
-      if (estimates.CanWin(t) && estimates.Rating(t) <= least * (1.0 + 4 * margin))
-        levels[count++] = t;
-  }
-  std::size_t count = 0;
-  std::array<std::size_t, 256> levels;
-};
+/// @param margin  how far an estimated rating may be off, relatively.
+/// @param rate    the rating of a level's cut.
+template <class Rate>
+int FindSmallestCut(const CutEstimates& estimates, double margin, Rate rate) {
+  const auto found = FindFirstLeast<std::size_t>(
+      [&](auto visit) { estimates.ForEachCut(visit); },
+      [&](double least) { return least * (1.0 + 4 * margin); }, DBL_MAX, rate);
+  return static_cast<int>(found.value_or(0));
+}
 
 /// Counts, for each pixel, the pairs it forms with the next one in its row and with those around
 /// the same place in the next row.
@@ -168,29 +167,23 @@ void EstimateAffinities(const PairCounts& beside, const PairCounts& diagonal,
 }  // namespace
 
 int FindGraphCutThreshold(const AffinityTable& affinity) {
-  const Candidates candidates(CutEstimates(affinity), kMargin);
-  double smallest = DBL_MAX;
-  int best = 0;
-  for (const std::size_t t : std::span(candidates.levels).first(candidates.count)) {
-    const double rating = SumUp(affinity, t).Normalised();
-    if (!(rating < smallest)) continue;
-    smallest = rating;
-    best = static_cast<int>(t);
-  }
-  return best;
+  return FindSmallestCut(CutEstimates(affinity), kMargin,
+                         [&](std::size_t t) { return SumUp(affinity, t).Normalised(); });
 }
 
 int FindGraphCutThreshold(ConstImageView gray, GraphCutTables& tables) {
   CountPairs(gray, tables.beside, tables.diagonal);
   EstimateAffinities(tables.beside, tables.diagonal, tables.affinity);
+  const CutEstimates estimates(tables.affinity);
   // An affinity is the sum of at most 8 W H weights, and so off by at most 8 W H u, relatively,
   // where an estimate is off by 3 u. In a rating that counts twice.
   const double margin = 0x1p-49 * gray.width * gray.height + kMargin;
-  const Candidates candidates(CutEstimates(tables.affinity), margin);
-  if (candidates.count == 0) return 0;
-  if (candidates.count == 1) return static_cast<int>(candidates.levels[0]);
-  SumAffinities(gray, tables.affinity);
-  return FindGraphCutThreshold(tables.affinity);
+  bool isSummed = false;
+  return FindSmallestCut(estimates, margin, [&](std::size_t t) {
+    if (!isSummed) SumAffinities(gray, tables.affinity);
+    isSummed = true;
+    return SumUp(tables.affinity, t).Normalised();
+  });
 }
 
 }  // namespace rastelo

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cfloat>
-#include <span>
+
+#include "numeric/first_least.h"
 
 namespace rastelo {
 namespace {
@@ -44,35 +45,34 @@ double VarianceBetween(const Shares& share, std::size_t first, std::size_t thres
 /// roundings of at most 255^2 u each. Together that is below 2^28 u.
 constexpr double kMargin = 0x1p-25;
 
-/// Estimates of the variance for each threshold, -1 where it cannot be the first of the largest.
-struct Estimates {
-  Estimates(LevelCounts counts, std::size_t first, std::size_t end, std::int64_t total) {
-    variance.fill(-1.0);
-    std::int64_t moment = 0;
-    for (std::size_t i = first; i < end; ++i) moment += static_cast<std::int64_t>(i) * counts[i];
-    std::int64_t dark = 0, darkMoment = 0;
-    for (std::size_t threshold = first + 1; threshold < end; ++threshold) {
-      const std::int64_t count = counts[threshold - 1];
-      // Level threshold - 1 may go to either class if it is empty: it adds zeros to every sum.
-      if (count == 0) continue;
-      dark += count;
-      darkMoment += static_cast<std::int64_t>(threshold - 1) * count;
-      const std::int64_t bright = total - dark, least = std::min(dark, bright);
-      // 100 * least is whole, and rounding moves a weight by less than 1 / (100 * total): only
-      // equality leaves open on which side of 0.01 it falls.
-      if (100 * least < total) continue;
-      const double distance =
-          static_cast<double>(moment - darkMoment) / static_cast<double>(bright) -
-          static_cast<double>(darkMoment) / static_cast<double>(dark);
-      variance[threshold] = static_cast<double>(dark) / static_cast<double>(total) *
-                            (static_cast<double>(bright) / static_cast<double>(total)) * distance *
-                            distance;
-      if (100 * least > total) largest = std::max(largest, variance[threshold]);
-    }
+/// Calls visit with the estimated variance, negated, of each threshold that can be the first of the
+/// largest.
+template <class Visit>
+void EstimateVariances(LevelCounts counts, std::size_t first, std::size_t end, std::int64_t total,
+                       Visit visit) {
+  std::int64_t moment = 0, dark = 0, darkMoment = 0;
+  for (std::size_t i = first; i < end; ++i) moment += static_cast<std::int64_t>(i) * counts[i];
+  const auto share = [&](std::int64_t count) {
+    return static_cast<double>(count) / static_cast<double>(total);
+  };
+  const auto mean = [](std::int64_t sum, std::int64_t count) {
+    return static_cast<double>(sum) / static_cast<double>(count);
+  };
+  for (std::size_t threshold = first + 1; threshold < end; ++threshold) {
+    const std::int64_t count = counts[threshold - 1];
+    // Level threshold - 1 may go to either class if it is empty: it adds zeros to every sum.
+    if (count == 0) continue;
+    dark += count;
+    darkMoment += static_cast<std::int64_t>(threshold - 1) * count;
+    const std::int64_t bright = total - dark, fewer = std::min(dark, bright);
+    // 100 * fewer is whole, and rounding moves a weight by less than 1 / (100 * total): only
+    // equality leaves open on which side of 0.01 it falls.
+    if (100 * fewer < total) continue;
+    const double distance = mean(moment - darkMoment, bright) - mean(darkMoment, dark);
+    visit(EstimatedPlace<std::size_t>{
+        threshold, -(share(dark) * share(bright) * distance * distance), 100 * fewer > total});
   }
-  std::array<double, 256> variance;
-  double largest = 0.0;  // of those that qualify for sure
-};
+}
 
 }  // namespace
 
@@ -81,30 +81,13 @@ std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high) {
   std::int64_t total = 0;
   for (std::size_t i = first; i < end; ++i) total += counts[i];
   if (total == 0) return {};
-
-  const Estimates estimates(counts, first, end, total);
-  std::array<std::size_t, 256> candidates;
-  std::size_t count = 0;
-  for (std::size_t threshold = first + 1; threshold < end; ++threshold) {
-    const double estimate = estimates.variance[threshold];
-    if (estimate >= 0.0 && estimate >= estimates.largest - 2 * kMargin)
-      candidates[count++] = threshold;
-  }
-  // One that qualifies for sure has won if it is alone.
-  if (count == 1 && estimates.variance[candidates[0]] == estimates.largest)
-    return static_cast<int>(candidates[0]);
-
   Shares share;
   for (std::size_t i = first; i < end; ++i) share[i] = counts[i] / static_cast<double>(total);
-  std::optional<int> best;
-  double largest = DBL_MIN;
-  for (const std::size_t threshold : std::span(candidates).first(count)) {
-    const double variance = VarianceBetween(share, first, threshold, end);
-    if (!(variance > largest)) continue;
-    largest = variance;
-    best = static_cast<int>(threshold);
-  }
-  return best;
+  const auto found = FindFirstLeast<std::size_t>(
+      [&](auto visit) { EstimateVariances(counts, first, end, total, visit); },
+      [](double least) { return least + 2 * kMargin; }, -DBL_MIN,
+      [&](std::size_t threshold) { return -VarianceBetween(share, first, threshold, end); });
+  return found ? std::optional(static_cast<int>(*found)) : std::nullopt;
 }
 
 }  // namespace rastelo

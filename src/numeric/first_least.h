@@ -1,0 +1,55 @@
+#ifndef RASTELO_NUMERIC_FIRST_LEAST_H
+#define RASTELO_NUMERIC_FIRST_LEAST_H
+
+#include <limits>
+#include <optional>
+
+namespace rastelo {
+
+/// Where a search looks next: `estimate` is close to what the rating of `place` is worth; a rating
+/// that is not `isSure` may turn out not to count.
+template <class Place>
+struct EstimatedPlace {
+  Place place;
+  double estimate;
+  bool isSure = true;
+};
+
+/// The first of the places with the least rating below `most`, in the order of the search. Ratings
+/// are sums whose order decides their last bits, and cost as much as the image or more; so they are
+/// worked out only for the places that cheap estimates leave.
+/// @param forEach   calls its argument with each EstimatedPlace<Place>, in order; is called again.
+/// @param closeTo   closeTo(least): the highest estimate that a place can have whose rating is not
+///                  above that of a place estimated at `least`, by the bounds of both roundings.
+/// @param rate      the rating of a place; one that is no number does not count.
+template <class Place, class ForEach, class CloseTo, class Rate>
+std::optional<Place> FindFirstLeast(ForEach forEach, CloseTo closeTo, double most, Rate rate) {
+  double least = std::numeric_limits<double>::infinity();
+  forEach([&](const EstimatedPlace<Place>& at) {
+    if (at.isSure && at.estimate < least) least = at.estimate;
+  });
+  const double limit = closeTo(least);
+  std::optional<EstimatedPlace<Place>> first;
+  bool isAlone = true;
+  forEach([&](const EstimatedPlace<Place>& at) {
+    if (!(at.estimate <= limit)) return;
+    isAlone = isAlone && !first;
+    if (!first) first = at;
+  });
+  if (!first) return std::nullopt;
+  if (isAlone && first->isSure) return first->place;
+
+  std::optional<Place> best;
+  forEach([&](const EstimatedPlace<Place>& at) {
+    if (!(at.estimate <= limit)) return;
+    const double rating = rate(at.place);
+    if (!(rating < most)) return;
+    most = rating;
+    best = at.place;
+  });
+  return best;
+}
+
+}  // namespace rastelo
+
+#endif  // RASTELO_NUMERIC_FIRST_LEAST_H
