@@ -129,6 +129,13 @@ int Call(rastelo::MemoryDeviceContext& to, int mode, const Numbers& n, const voi
   return to.StretchDIBits(n[0], n[1], n[2], n[3], n[4], n[5], n[6], n[7], bits, info, 0, SRCCOPY);
 }
 
+/// Whether a draw from `start` on, `side` long, reaches a pixel. Only stretches go backwards.
+bool Covers(int mode, std::int64_t start, std::int64_t side, int pixel) {
+  const bool isBackward = mode != 0 && side < 0;
+  const std::int64_t first = isBackward ? start + side + 1 : start;
+  return pixel >= first && pixel < (isBackward ? start + 1 : start + side);
+}
+
 TEST(MemoryDevice, CopiesAndStretches) {
   LiteralImage bitmap{{17, 18, 19}, {20, 29, 22}, {23, 24, 25}};
   const std::tuple<int, Numbers, int, LiteralImage> cases[] = {
@@ -182,7 +189,15 @@ TEST(MemoryDevice, SurvivesAnyArguments) {
     rastelo::MemoryDeviceContext device(i % 2 * 3, i / 2 % 2 * 3);
     Numbers n;
     for (int shift = 2; shift < 18; shift += 2) n.push_back(values[i >> shift & 3]);
-    for (int mode : {0, WHITEONBLACK, COLORONCOLOR}) Call(device, mode, n, "4 x 3 bytes");
+    for (int mode : {0, WHITEONBLACK, COLORONCOLOR}) {
+      std::fill_n(device.Surface(), 4 * device.Width() * device.Height(), 1);
+      const int lines = Call(device, mode, n, "4 x 3 bytes");
+      ASSERT_TRUE(lines >= 0 && lines <= 3) << testing::PrintToString(n);
+      for (int at = 0; at < device.Width() * device.Height(); ++at) {
+        if (!Covers(mode, n[0], n[2], at % 3) || !Covers(mode, n[1], n[3], at / 3))
+          ASSERT_EQ(*device.Pixel(at % 3, at / 3), 1) << mode << testing::PrintToString(n);
+      }
+    }
   }
 }
 

@@ -3,8 +3,8 @@
 
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <memory>
-#include <thread>
 
 #include "testing/object_state.h"
 #include "tests/allocations.h"
@@ -197,22 +197,34 @@ TEST(Threads, RunObjectsOfTheirOwn) {
   const std::string folder = TestFolder();
   const auto runAll = [](const std::vector<Operation>& operations) {
     CRastelo object = ObjectWith(Noise(64, 64, 3));
-    for (const Operation& operation : operations) operation(object);
+    std::vector<std::vector<std::uint8_t>> pixels;
+    for (const Operation& operation : operations) {
+      operation(object);
+      pixels.push_back(ObjectState(object).pixels);
+    }
+    return pixels;
   };
   std::filesystem::create_directory(folder + "other");
   const auto here = Operations(folder), there = Operations(folder + "other/");
-  std::thread other([&] { runAll(there); });
-  runAll(here);
-  other.join();
+  const auto alone = runAll(here);
+  for (int i = 0; i < 10; ++i) {
+    auto beside = std::async(std::launch::async, [&] { return runAll(there); });
+    EXPECT_EQ(runAll(here), alone);
+    EXPECT_EQ(beside.get(), alone);
+  }
 }
 
 TEST(OutOfMemory, LeavesTheObjectAsItWas) {
   const std::vector<Operation> operations = Operations(TestFolder());
   for (const int pixelBytes : {1, 3}) {
     for (std::size_t i = 0; i < operations.size(); ++i) {
-      for (long successes = 0; successes < 50; ++successes) {
+      CRastelo free = ObjectWith(Noise(20, 20, pixelBytes));
+      const long before = allocations::Count();
+      operations[i](free);
+      const long count = allocations::Count() - before;  // each of which is to fail once
+      for (long successes = 0; successes < count; ++successes) {
         CRastelo object = ObjectWith(Noise(20, 20, pixelBytes));
-        const auto before = ObjectState(object);
+        const auto whole = ObjectState(object);
         bool failed = false;
         {
           const allocations::FailAfter fault(successes);
@@ -222,8 +234,8 @@ TEST(OutOfMemory, LeavesTheObjectAsItWas) {
             failed = true;
           }
         }
-        if (!failed) break;
-        EXPECT_EQ(ObjectState(object), before) << "operation " << i << ", allocation " << successes;
+        EXPECT_TRUE(failed) << "operation " << i << ", allocation " << successes;
+        EXPECT_EQ(ObjectState(object), whole) << "operation " << i << ", allocation " << successes;
       }
     }
   }
