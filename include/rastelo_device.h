@@ -9,7 +9,8 @@
 
 namespace rastelo {
 
-/// Something to draw on. A host derives its own, or uses MemoryDeviceContext.
+/// Something to draw on. A host derives its own, or uses MemoryDeviceContext. What a host's own
+/// throws ends at the library, as a draw that gives 0.
 ///
 /// Sources are bitmaps with the bottom row first, 8 bits a pixel through the colours of `info`, or
 /// 24 bits as blue, green, red, each row padded to a multiple of 4 bytes. Target coordinates count

@@ -76,6 +76,9 @@ class RASTELO_API DeviceContext;
 /// A text of code page 936 in UTF-8; as it is where the system cannot convert it.
 RASTELO_API std::string Utf8FromCodePage936(const char* text);
 
+// A hook is called in the middle of an operation. What it throws ends at the library: the operation
+// goes on as if it had returned. It must not call the object that is at work.
+
 /// Receives the text and the caption of a message box, both in code page 936.
 using MessageBoxHook = std::function<void(const char* text, const char* caption)>;
 /// Receives one trace text, its line end included where it has one; in code page 936.

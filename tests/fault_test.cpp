@@ -12,7 +12,6 @@
 #include "tests/allocations.h"
 #include "tests/file_faults.h"
 
-
 namespace {
 
 /// What goes wrong in this thread's calls of the codec; the linker leads the library's through the

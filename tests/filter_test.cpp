@@ -14,7 +14,6 @@
 #include "testing/object_state.h"
 #include "tests/kernel_check.h"
 
-
 namespace {
 
 /// What an operation makes of an image. The pixels as they came in must stay.

@@ -30,6 +30,45 @@ TEST(PosixFiles, KeepTheStartOfALongPath) {
   EXPECT_EQ(ObjectState(object).fileName, path.substr(0, 259));
 }
 
+/// A host whose code throws wherever the library calls it.
+struct ThrowingHost : rastelo::DeviceContext {
+  ThrowingHost() {
+    rastelo::SetDebugOutputHook([this](const char*) { Throw(); });
+    rastelo::SetMessageBoxHook([this](const char*, const char*) { Throw(); });
+  }
+  ~ThrowingHost() override {
+    rastelo::SetDebugOutputHook({});
+    rastelo::SetMessageBoxHook({});
+  }
+  int SetDIBitsToDevice(int, int, DWORD, DWORD, int, int, UINT, UINT, const void*,
+                        const BITMAPINFO*, UINT) override {
+    return Throw();
+  }
+  int StretchDIBits(int, int, int, int, int, int, int, int, const void*, const BITMAPINFO*, UINT,
+                    DWORD) override {
+    return Throw();
+  }
+  int SetStretchBltMode(int) override { return Throw(); }
+  int Throw() { throw ++calls; }
+  int calls = 0;
+};
+
+TEST(Hooks, WhatAHostThrowsLeavesNoOperationHalfDone) {
+  CRastelo object = ObjectWith(Noise(20, 20)), untold = ObjectWith(Noise(20, 20));
+  untold.Segment_Graphcut();
+  ThrowingHost host;
+  object.Segment_Graphcut();
+  EXPECT_EQ(ImageOf(object), ImageOf(untold));
+  EXPECT_GT(host.calls, 3);
+  host.calls = 0;
+  RECT rc{0, 0, 20, 20};
+  EXPECT_EQ(object.OpenImage("none.bmp"), 0);
+  EXPECT_EQ(object.DrawImage(&host, &rc, 3, 4, nullptr), 1);
+  EXPECT_EQ(object.DrawImage(&host, &rc, true), 0);
+  EXPECT_EQ(host.calls, 3);
+  EXPECT_EQ(ImageOf(object), ImageOf(untold));
+}
+
 TEST(PosixFiles, APathNeedsNoEncoding) {
   CRastelo object;
   for (const char* name : {"\xFF\xFE\x80.bmp", "\xC3\x28.jpg"}) {

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/portable/call_host.h"
 #include "rastelo_platform.h"
 
 namespace rastelo {
@@ -14,7 +15,8 @@ static DebugOutputHook& CurrentHook() {
 void SetDebugOutputHook(DebugOutputHook hook) { CurrentHook() = std::move(hook); }
 
 void platform::WriteDebugOutput(const char* text) {
-  if (CurrentHook()) CurrentHook()(text);
+  if (!CurrentHook()) return;
+  CallHost([=] { return CurrentHook()(text), true; }, false);
 }
 
 }  // namespace rastelo

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/portable/call_host.h"
 #include "rastelo_platform.h"
 
 namespace rastelo {
@@ -38,9 +39,15 @@ std::string Utf8FromCodePage936(const char* text) {
 void SetMessageBoxHook(MessageBoxHook hook) { CurrentHook() = std::move(hook); }
 
 void platform::ShowMessageBox(const char* text, const char* caption) {
-  if (CurrentHook()) return CurrentHook()(text, caption);
-  std::fprintf(stderr, "%s %s\n", Utf8FromCodePage936(caption).c_str(),
-               Utf8FromCodePage936(text).c_str());
+  const auto show = [=] {
+    if (CurrentHook())
+      CurrentHook()(text, caption);
+    else
+      std::fprintf(stderr, "%s %s\n", Utf8FromCodePage936(caption).c_str(),
+                   Utf8FromCodePage936(text).c_str());
+    return true;
+  };
+  CallHost(show, false);
 }
 
 }  // namespace rastelo

@@ -1,0 +1,19 @@
+#ifndef RASTELO_PLATFORM_PORTABLE_CALL_HOST_H
+#define RASTELO_PLATFORM_PORTABLE_CALL_HOST_H
+
+namespace rastelo::platform {
+
+/// Runs code of the host, whose exceptions end here: what calls it is in the middle of its work.
+/// @return what the code returns, or `otherwise`.
+template <class Code, class Result>
+Result CallHost(Code code, Result otherwise) noexcept {
+  try {
+    return code();
+  } catch (...) {
+    return otherwise;
+  }
+}
+
+}  // namespace rastelo::platform
+
+#endif  // RASTELO_PLATFORM_PORTABLE_CALL_HOST_H
