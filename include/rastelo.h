@@ -27,12 +27,24 @@ struct Complex {
 /// A depth other than 8 and 24 bits is held as it was handed in, and no operation changes its
 /// pixels or saves them.
 ///
-/// Copies share their buffers: a pixel changed in place through one shows through the other, and
-/// the last owner releases.
+/// Copies share memory, and the last owner releases it. A copy has the same pixels, the same drawn
+/// area and the same frequency data as its original, until one of the two takes others:
+/// - what changes pixels in place (filters, equalisations and segmentations of 8-bit images,
+///   ReserveImgBlock, InverseGray) shows through both;
+/// - what makes new pixels (opens, SetExternalImageBits, RGBImg2Gray, RotateImage_Dir, zooms, Close,
+///   and all that converts a 24-bit image to gray first) changes its own object alone;
+/// - a one-to-one draw moves the drawn area of both, but only its own pan offsets;
+/// - FFT and IFFT take new memory where coefficients or map are shared; ILPF changes them in both.
+///
+/// Threads. None is started. An object and all its copies belong to one thread at a time; objects
+/// that share nothing may run on different threads, but for draws, of which a process makes one at
+/// a time. Operations keep their tables on the stack: zooms take up to @ZOOM@ KiB of it, filters
+/// @FILTER@, draws @DRAW@, histograms and equalisations @HISTOGRAM@, all others below @OTHER@.
 ///
 /// Errors. Operations that can fail return 1 for success and 0 for failure. Running out of memory
-/// throws std::bad_alloc, which leaves the object as it was; only the JPEG saves catch it. An
-/// object is used by one thread at a time; draws of different objects must not overlap either.
+/// throws std::bad_alloc, which leaves the object as it was; only the JPEG saves catch it. Where a
+/// file could not be opened, created, read or written, the system's reason is in errno (on Windows
+/// in GetLastError) when the operation returns; other failures do not set it.
 ///
 /// Paths are narrow strings. Their extension is the tail of the last element, behind "/" or "\",
 /// from its last dot on, and is compared letter by letter.
@@ -59,7 +71,9 @@ class RASTELO_API CRastelo {
   ///
   /// A 24-bit BMP file is reduced to two colours: pixels of the key colour, bytes (255, 0, 255),
   /// stay, all others become blue 70, green 51, red 41. An 8-bit BMP file keeps its pixel bytes;
-  /// its colour table is not applied.
+  /// its colour table is not applied. Pixels are read from right behind the colour table: the place
+  /// that the file header names for them (bfOffBits) is not read. BMP files of more than 2 GiB and
+  /// 1 MiB are refused.
   ///
   /// @return 1, or 0: another extension, a file that cannot be opened (with a message box), or one
   /// whose content cannot be used. The object is then unchanged, but for a JPEG file: once found,
@@ -143,8 +157,9 @@ class RASTELO_API CRastelo {
   /// Copies the block of `width` x `height` pixels whose lowest left pixel is column `x`, row `y`
   /// counted from the bottom, to `buffer`, lowest row first, rows ((depth * width + 31) / 32) * 4
   /// bytes apart. Bytes behind each row, and pixels outside the image, are left as they are.
-  /// Nothing is copied unless `bits` is the image's depth, 8 or 24, and the block has at most
-  /// 2^31 - 1 bytes. @return 1.
+  /// `bits` is the image's depth, 8 or 24. With 8 of a 24-bit image, bytes are copied as if they
+  /// were pixels: x to x + width - 1 of each row, to rows as far apart as those of 24 bits. With
+  /// anything else, or if the block has more than 2^31 - 1 bytes, nothing is copied. @return 1.
   int GetImgBlock(int x, int y, int width, int height, int bits, unsigned char* buffer);
 
   /// Makes every pixel 0 but those in columns x + 1 to x + width - 1 and rows y + 1 to

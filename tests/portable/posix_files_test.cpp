@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <random>
@@ -49,7 +50,10 @@ struct ThrowingHost : rastelo::DeviceContext {
     return Throw();
   }
   int SetStretchBltMode(int) override { return Throw(); }
-  int Throw() { throw ++calls; }
+  int Throw() {
+    errno = 0;
+    throw ++calls;
+  }
   int calls = 0;
 };
 
@@ -63,6 +67,7 @@ TEST(Hooks, WhatAHostThrowsLeavesNoOperationHalfDone) {
   host.calls = 0;
   RECT rc{0, 0, 20, 20};
   EXPECT_EQ(object.OpenImage("none.bmp"), 0);
+  EXPECT_EQ(errno, ENOENT) << "which a message box does not change";
   EXPECT_EQ(object.DrawImage(&host, &rc, 3, 4, nullptr), 1);
   EXPECT_EQ(object.DrawImage(&host, &rc, true), 0);
   EXPECT_EQ(host.calls, 3);

@@ -2,6 +2,7 @@
 
 #include <iconv.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -47,7 +48,9 @@ void platform::ShowMessageBox(const char* text, const char* caption) {
                    Utf8FromCodePage936(text).c_str());
     return true;
   };
+  const int reason = errno;  // why a file could not be opened, for the host
   CallHost(show, false);
+  errno = reason;
 }
 
 }  // namespace rastelo
