@@ -31,7 +31,8 @@ struct Complex {
 /// area and the same frequency data as its original, until one of the two takes others:
 /// - what changes pixels in place (filters, equalisations and segmentations of 8-bit images,
 ///   ReserveImgBlock, InverseGray) shows through both;
-/// - what makes new pixels (opens, SetExternalImageBits, RGBImg2Gray, RotateImage_Dir, zooms, Close,
+/// - what makes new pixels (opens, SetExternalImageBits, RGBImg2Gray, RotateImage_Dir, zooms,
+/// Close,
 ///   and all that converts a 24-bit image to gray first) changes its own object alone;
 /// - a one-to-one draw moves the drawn area of both, but only its own pan offsets;
 /// - FFT and IFFT take new memory where coefficients or map are shared; ILPF changes them in both.
@@ -126,13 +127,13 @@ class RASTELO_API CRastelo {
   /// @return 1 if one has been opened, whatever the device does, else 0.
   int DrawImage(HDC hdc, RECT* rc, RECT* rc2, unsigned char* bits);
 
-  /// Turns a 24-bit image into an 8-bit one; each pixel becomes
+  /// Converts a 24-bit image to gray, 8 bits; each pixel becomes
   ///     trunc((green * 0.587 + blue * 0.114) + red * 0.299), in double precision,
   /// the luma weights of ITU-R BT.601 (1982).
   /// @return true, or false with nothing changed if there is no 24-bit image.
   bool RGBImg2Gray();
 
-  /// Turns the image a quarter: counter-clockwise if `direction` is 1, otherwise clockwise. Throws
+  /// Makes a quarter turn: counter-clockwise if `direction` is 1, otherwise clockwise. Throws
   /// std::bad_alloc, as for want of memory, where padding its new rows takes it over 2^31 - 1
   /// bytes.
   void RotateImage_Dir(int direction);
@@ -194,7 +195,7 @@ class RASTELO_API CRastelo {
   void HistogramEqualization1();
 
   /// Equalises an 8-bit image within each of three ranges of levels, as HistogramEqualization does
-  /// within one. Two thresholds part them, those with the smallest variance within the three
+  /// within one. Two thresholds separate them, those with the smallest variance within the three
   /// classes (Otsu 1979). An image with fewer than two levels below 255, or of 24 bits, stays.
   void HistogramEqualization2();
 
@@ -202,14 +203,14 @@ class RASTELO_API CRastelo {
   /// Segment_Graphcut uses. A 24-bit image stays.
   void HistogramEqualization3();
 
-  /// Blackens the dark part of an 8-bit image, pass by pass: pixels below the threshold with the
+  /// Blackens the dark pixels of an 8-bit image, pass by pass: those below the threshold with the
   /// largest variance between the classes (Otsu 1979) become 0, then the levels from it on are
   /// searched. Ends when the mean gray has fallen by 1 to 9, or risen, from one pass to the next,
   /// and after ten passes; an unchanged mean goes on. Traces the mean gray of each pass and the
   /// duration. A 24-bit image stays.
   void Segment_Otsu();
 
-  /// Whitens the dark part of an 8-bit image and complements the rest. Pass by pass, pixels below
+  /// Whitens the dark pixels of an 8-bit image and complements the rest. Pass by pass, those below
   /// the threshold with the smallest normalised cut between levels that neighbouring pixels show
   /// (Shi and Malik 2000) are cleared; it ends as Segment_Otsu does, or when the mean gray is below
   /// 8. Then every byte becomes 255 minus itself. Traces means, thresholds and the duration. Of a
@@ -224,9 +225,9 @@ class RASTELO_API CRastelo {
   void Segment_NDHM(int radius);
 
   /// Transforms the gray image to coefficients (discrete Fourier transform, Cooley and Tukey 1965)
-  /// and draws the map of their magnitudes, |F(u, v)| / 100 up to 255. A 24-bit image turns gray
-  /// first. Of sides that are no powers of two, only the largest such part is transformed; what no
-  /// transform gives is 0. Keeps 33 bytes a pixel and 8 for each pixel of the longer side, and
+  /// and draws the map of their magnitudes, |F(u, v)| / 100 up to 255. A 24-bit image is converted
+  /// to gray first. Of sides that are no powers of two, only the largest power is transformed; what
+  /// no transform gives is 0. Keeps 33 bytes a pixel and 8 for each pixel of the longer side, and
   /// while it runs takes 17 for each pixel of a row and of a column, eight times that from 32 rows
   /// or columns on. @return 1.
   int FFT();
@@ -250,19 +251,19 @@ class RASTELO_API CRastelo {
 
   /// Replaces each inner pixel by the length of its gradient, at most 255 (Sobel and Feldman 1968).
   /// Rows upwards, columns rightwards, each pixel reads what has been written before it. A 24-bit
-  /// image turns gray first; the outer ring stays.
+  /// image is converted to gray first; the outer ring stays.
   void Img_Sobel();
 
   /// Replaces each pixel by min(255, |sum|) of `size` x `size` products of the pixels around it and
   /// the entries of a template; the running sum is cut to a whole number at each term, and to its
   /// low 32 bits. Order and outer pixels as in Img_Sobel, row 0 and column 0 always staying. A
-  /// 24-bit image turns gray first, and nothing else happens for a null template or a size that is
-  /// even or below 1.
+  /// 24-bit image is converted to gray first, and nothing else happens for a null template or a
+  /// size that is even or below 1.
   /// @param templateValues  `size` x `size` numbers, row by row, those of the lowest row first.
   void ImgTemplateOperator(double* const templateValues, int size);
 
   /// Sets pixels below `threshold` to 0 if `clearLow` is not 0, the others to 255 if `raiseHigh` is
-  /// not 0. A 24-bit image turns gray first.
+  /// not 0. A 24-bit image is converted to gray first.
   void ImgTrans2_0_1(int threshold, int clearLow, int raiseHigh);
 
   /// Does nothing.

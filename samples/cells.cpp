@@ -14,7 +14,7 @@ struct Cell {
   float radius;
   float level;    // added to the ground inside: above 0 for bright cells, below for dark ones
   float stretch;  // long axis by short axis
-  float turn;     // direction of the long axis
+  float angle;    // direction of the long axis
   bool hasNucleus;
   std::uint32_t seed;
 };
@@ -44,7 +44,7 @@ Cell ThrowCell(Dice& dice, std::uint32_t seed, float radius) {
   const bool bright = dice.Roll() < 0.55f;
   cell.level = bright ? dice.Roll(48, 82) : dice.Roll(-72, -44);
   cell.stretch = dice.Roll(1.0f, 1.35f);
-  cell.turn = dice.Roll(0, std::numbers::pi_v<float>);
+  cell.angle = dice.Roll(0, std::numbers::pi_v<float>);
   cell.hasNucleus = cell.radius > 11 && dice.Roll() < 0.75f;
   cell.seed = seed;
   return cell;
@@ -71,8 +71,8 @@ std::vector<Cell> ScatterCells() {
 /// Distance from the centre of a cell as a share of its outline, 1 on the outline.
 float MeasureReach(const Cell& cell, float x, float y) {
   const float dx = x - cell.centre.x, dy = y - cell.centre.y;
-  const float along = dx * std::cos(cell.turn) + dy * std::sin(cell.turn);
-  const float across = dy * std::cos(cell.turn) - dx * std::sin(cell.turn);
+  const float along = dx * std::cos(cell.angle) + dy * std::sin(cell.angle);
+  const float across = dy * std::cos(cell.angle) - dx * std::sin(cell.angle);
   const float root = std::sqrt(cell.stretch);
   const float distance = std::hypot(along / root, across * root);
   const float angle = std::atan2(across, along);
@@ -97,8 +97,8 @@ void PaintCell(Canvas<float>& canvas, const Cell& cell) {
                  level += inside * (cell.level * dome + sign * 14 * rim + grain) - sign * 9 * halo;
                  if (!cell.hasNucleus) return;
                  Cell nucleus = cell;
-                 nucleus.centre = {c.x + 0.16f * cell.radius * std::cos(3 * cell.turn),
-                                   c.y + 0.16f * cell.radius * std::sin(3 * cell.turn)};
+                 nucleus.centre = {c.x + 0.16f * cell.radius * std::cos(3 * cell.angle),
+                                   c.y + 0.16f * cell.radius * std::sin(3 * cell.angle)};
                  nucleus.radius = 0.42f * cell.radius;
                  nucleus.seed += 5;
                  const float core = SmoothStep(1.28f, 0.72f, MeasureReach(nucleus, x, y));

@@ -52,7 +52,7 @@ for step in equalize=2 equalize=3 otsu graph-cut ndhm=2; do
 done
 run scene.jpg gray save=gray.bmp
 says 0 'otsu threshold: [0-9]+'$'\n''graph-cut threshold: [0-9]+' run gray.bmp threshold=otsu threshold=graph-cut
-says 0 'otsu threshold: none parts this picture' run gray.bmp ndhm=0 threshold=otsu
+says 0 'otsu threshold: none separates this picture' run gray.bmp ndhm=0 threshold=otsu
 says 0 'graph-cut threshold: [0-9]+' run gray.bmp threshold=graph-cut histogram=plot.jpg save=after.bmp
 cmp gray.bmp after.bmp || fail "a threshold changes the picture"
 says 0 'level.pixels.*' run gray.bmp histogram

@@ -116,8 +116,8 @@ Action ParseSize(const std::string& argument) {
 
 std::span<const Step> GeometrySteps() {
   static constexpr Step kSteps[] = {
-      {"gray", "", "turn a colour picture gray", ParseGray},
-      {"rotate", "=ccw|cw", "turn a quarter, counter-clockwise or clockwise", ParseRotate},
+      {"gray", "", "convert a colour picture to gray", ParseGray},
+      {"rotate", "=ccw|cw", "make a quarter turn, counter-clockwise or clockwise", ParseRotate},
       {"zoom", "=F", "scale the picture as it came in to F times the present size", ParseZoom},
       {"zoom-out", "=F", "the same with F + 1 times", ParseZoomOut},
       {"size", "=WxH", "scale the picture as it came in to W x H pixels", ParseSize},

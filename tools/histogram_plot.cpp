@@ -39,7 +39,7 @@ int ColumnOf(double level) {
   return static_cast<int>(std::lround(kArea.left + level / 255 * (kArea.right - kArea.left)));
 }
 
-/// The lowest of 1, 2 or 5 times a power of ten that parts `largest` into at most five steps.
+/// The lowest of 1, 2 or 5 times a power of ten that divides `largest` into at most five steps.
 double ChooseStep(double largest) {
   const double power = std::pow(10.0, std::floor(std::log10(std::max(largest, 1.0) / 5)));
   for (const double factor : {1.0, 2.0, 5.0})

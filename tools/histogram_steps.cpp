@@ -96,7 +96,7 @@ Action ParseNdhm(const std::string& argument) {
   };
 }
 
-/// The level that parts a gray picture, if there is one.
+/// The level that separates a gray picture, if there is one.
 std::optional<int> FindThreshold(CRastelo& image, bool graphCut) {
   if (!graphCut) {
     const LevelTables tables = CountLevels(image);
@@ -118,7 +118,7 @@ Action ParseThreshold(const std::string& argument) {
     RequireGray(state.image);
     const std::optional<int> level = FindThreshold(state.image, argument == "graph-cut");
     std::printf("%s threshold: %s\n", argument.c_str(),
-                level ? std::to_string(*level).c_str() : "none parts this picture");
+                level ? std::to_string(*level).c_str() : "none separates this picture");
     state.threshold.reset();
     if (level) state.threshold = PlotMark{argument, *level};
   };
@@ -131,9 +131,10 @@ std::span<const Step> HistogramSteps() {
       {"histogram", "[=FILE]", "print how many pixels show each level, or plot it", ParseHistogram},
       {"equalize", "[=1|2|3]", "equalise the histogram: whole, or in one of three other ways",
        ParseEqualize},
-      {"threshold", "=otsu|graph-cut", "print the level that parts a gray picture", ParseThreshold},
-      {"otsu", "", "blacken the dark part of a gray picture, pass by pass", ParseOtsu},
-      {"graph-cut", "", "whiten the dark part of a gray picture, complement the rest",
+      {"threshold", "=otsu|graph-cut", "print the level that separates a gray picture",
+       ParseThreshold},
+      {"otsu", "", "blacken the dark pixels of a gray picture, pass by pass", ParseOtsu},
+      {"graph-cut", "", "whiten the dark pixels of a gray picture, complement the rest",
        ParseGraphCut},
       {"ndhm", "=R", "make dark details white, the rest black; R pixels around count", ParseNdhm},
   };

@@ -10,7 +10,7 @@
 
 namespace rastelo {
 
-/// Counts the levels of bytes that take turns between `kPlanes` planes. Neighbouring bytes count
+/// Counts the levels of bytes that alternate between `kPlanes` planes. Neighbouring bytes count
 /// into tables of their own: an equal neighbour would wait for the last count to be stored. Blocks
 /// of one colour, as margins of scanned pages are full of, count at once.
 template <std::size_t kPlanes>

@@ -5,7 +5,7 @@
 
 namespace rastelo {
 
-/// Turns an image upside down in place: row y and row H - 1 - y change places, all `pitch` bytes
+/// Flips an image upside down in place: row y and row H - 1 - y change places, all `pitch` bytes
 /// of them. Cannot fail.
 void ReverseRows(ImageView image);
 

@@ -7,7 +7,7 @@
 namespace rastelo {
 
 /// Where a search looks next: `estimate` is close to what the rating of `place` is worth; a rating
-/// that is not `isSure` may turn out not to count.
+/// that is not `isSure` may not count in the end.
 template <class Place>
 struct EstimatedPlace {
   Place place;

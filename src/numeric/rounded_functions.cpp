@@ -82,9 +82,10 @@ Complex RoundedUnit(double angle) {
   const bool below = rest.high < 0.0;
   if (below) rest = -rest;
   const int steps = static_cast<int>(rest.high * kSteps + 0.5);
-  const Rotation turn = rotations[static_cast<std::size_t>(steps)] *
-                        SmallRotation(DoubleDouble{rest.high - steps / kSteps} + rest.low);
-  const double cosine = turn.cosine.high, sine = below ? -turn.sine.high : turn.sine.high;
+  const Rotation rotation = rotations[static_cast<std::size_t>(steps)] *
+                            SmallRotation(DoubleDouble{rest.high - steps / kSteps} + rest.low);
+  const double cosine = rotation.cosine.high,
+               sine = below ? -rotation.sine.high : rotation.sine.high;
   switch (quarters) {
     case 0:
       return {cosine, -sine};
