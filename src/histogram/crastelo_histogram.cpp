@@ -87,10 +87,7 @@ void CRastelo::HistogramEqualization3() {
 }
 
 void CRastelo::InitHistogramEqGrayMap(LONG* const counts, int first, int last, unsigned char* map) {
-  rastelo::GrayMap segments;
-  std::copy_n(map, segments.size(), segments.begin());
-  rastelo::FillSegmentMap(ToHistogram(counts), first, last, segments);
-  std::copy(segments.begin(), segments.end(), map);
+  rastelo::FillSegmentMap(ToHistogram(counts), first, last, std::span<std::uint8_t, 256>(map, 256));
 }
 
 // The steps of the equalisations for a host's own counts, as they are declared.

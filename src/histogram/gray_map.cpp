@@ -14,7 +14,8 @@ struct LiftRange {
 };
 
 /// `total` is the number of pixels at the mapped levels, above 0.
-void FillLiftedMap(LevelCounts counts, const LiftRange& range, std::int64_t total, GrayMap& map) {
+void FillLiftedMap(LevelCounts counts, const LiftRange& range, std::int64_t total,
+                   std::span<std::uint8_t, 256> map) {
   const auto span = static_cast<std::int64_t>(range.last - range.first);
   const std::int64_t wholeMean = total / range.meanDivisor;
   const auto mean = static_cast<double>(wholeMean);
@@ -60,7 +61,7 @@ GrayMap MakeCumulativeMap(LevelCounts counts) {
   return map;
 }
 
-void FillSegmentMap(LevelCounts counts, int first, int last, GrayMap& map) {
+void FillSegmentMap(LevelCounts counts, int first, int last, std::span<std::uint8_t, 256> map) {
   const auto from = static_cast<std::size_t>(first), to = static_cast<std::size_t>(last);
   const std::int64_t total = CountPixels(counts, from, to);
   if (first == last || total == 0) {

@@ -27,7 +27,7 @@ GrayMap MakeCumulativeMap(LevelCounts counts);
 ///
 /// Writes the entries `first` to `last`; of a range without pixels or with equal bounds only
 /// map(first) = first. Needs 0 <= first <= last <= 255.
-void FillSegmentMap(LevelCounts counts, int first, int last, GrayMap& map);
+void FillSegmentMap(LevelCounts counts, int first, int last, std::span<std::uint8_t, 256> map);
 
 /// FillSegmentMap from each bound to the next one, ascending. Needs at least two.
 GrayMap MakeSegmentMap(LevelCounts counts, std::span<const int> bounds);
