@@ -6,6 +6,7 @@
 
 #include "geometry/gray.h"
 #include "plain/geometry.h"
+#include "simd/byte_pairs-inl.h"
 #include "testing/object_state.h"
 #include "tests/kernel_check.h"
 
@@ -77,6 +78,11 @@ TEST(BgrToGray, IsThePlainOneForEveryColourAndOnEveryTarget) {
   expectSame(256);
   for (std::size_t i = 0; i < 1 << 16; i += 7) pixel(i)[2] = 90;
   expectSame(257);
+}
+
+TEST(BytePairs, ServeTheirTargetAndBetterOnes) {
+  EXPECT_TRUE(RASTELO_HAS_BYTE_PAIRS(HWY_AVX3_DL) && RASTELO_HAS_BYTE_PAIRS(HWY_AVX3_DL >> 1));
+  EXPECT_FALSE(RASTELO_HAS_BYTE_PAIRS(HWY_AVX3) || RASTELO_HAS_BYTE_PAIRS(HWY_NEON));
 }
 
 TEST(RotateQuarter, IsThePlainOneOnEveryTarget) {

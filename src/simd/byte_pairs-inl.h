@@ -8,18 +8,21 @@
 
 #include <hwy/highway.h>
 
+/// Whether a target of Highway has the two operations below as one instruction each. Better targets
+/// have smaller numbers; those of other architectures are larger.
+#define RASTELO_HAS_BYTE_PAIRS(target) ((target) <= HWY_AVX3_DL)
+
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET == HWY_AVX3_DL
+constexpr bool kHasBytePairs = RASTELO_HAS_BYTE_PAIRS(HWY_TARGET);
 
-/// Whether there are the two operations below, each of one instruction that Highway has none for.
-constexpr bool kHasBytePairs = true;
+#if RASTELO_HAS_BYTE_PAIRS(HWY_TARGET)
 
 /// The bytes of two vectors of 64, `low` and, from 64 on, `high`, that the low seven bits of
-/// `places` name.
+/// `places` name. Highway has no such operation for bytes, and none like the next.
 template <class V>
 HWY_INLINE V PermutePair(V low, V high, V places) {
   return V{_mm512_permutex2var_epi8(low.raw, places.raw, high.raw)};
@@ -35,9 +38,7 @@ HWY_INLINE auto MultiplyPairs(V bytes, V factors) {
 
 #else
 
-constexpr bool kHasBytePairs = false;
-
-// Never called: what calls them in a branch that is not taken compiles.
+// Never called: they let a branch compile that is not taken.
 template <class V>
 HWY_INLINE V PermutePair(V low, V, V) {
   return low;
