@@ -123,8 +123,8 @@ void Combine(const Source& source, Span columns, Span rows, int mode, unsigned c
 }
 
 /// A row of a surface from the levels in row `y` at the places `parts`, of one pixel or none each.
-void PickGrays(const Source& source, std::int64_t y, std::span<const Span> parts,
-               unsigned char* surface) {
+void GatherGrays(const Source& source, std::int64_t y, std::span<const Span> parts,
+                 unsigned char* surface) {
   const std::uint8_t* row = source.pixels.Row(static_cast<std::int32_t>(y));
   for (const Span& part : parts) {
     if (part.first < part.end) source.LoadGray(row[part.first], surface);
@@ -148,8 +148,8 @@ struct Surface {
 
 /// Draws pixels of colour one by one: `rowsOf` and `columnsOf` give one or none for each of the
 /// target's.
-void DrawPicked(const Source& source, Span rows, Span columns, auto rowsOf, auto columnsOf,
-                Surface surface) {
+void DrawGathered(const Source& source, Span rows, Span columns, auto rowsOf, auto columnsOf,
+                  Surface surface) {
   const auto trim = [](Span& span, auto partOf) {
     const auto hasNone = [&](std::int64_t i) { return partOf(i).first >= partOf(i).end; };
     while (span.first < span.end && hasNone(span.first)) ++span.first;
@@ -161,19 +161,19 @@ void DrawPicked(const Source& source, Span rows, Span columns, auto rowsOf, auto
   const auto rowAt = [&](std::int64_t row) {
     return source.pixels.Row(static_cast<std::int32_t>(rowsOf(row).first));
   };
-  const bool pastCaches = DrawsPastCaches(columns.end - columns.first, rows.end - rows.first);
-  ColumnPicks picks;
-  for (std::int64_t first = columns.first; first < columns.end; first += ColumnPicks::kMost) {
-    picks.count =
-        static_cast<std::int32_t>(std::min<std::int64_t>(ColumnPicks::kMost, columns.end - first));
-    for (std::int32_t i = 0; i < picks.count; ++i)
-      picks.columns[i] = static_cast<std::int32_t>(columnsOf(first + i).first);
-    PlanPicks(source.pixels.width, picks);
+  const bool nonTemporal = DrawsNonTemporally(columns.end - columns.first, rows.end - rows.first);
+  ColumnGather gather;
+  for (std::int64_t first = columns.first; first < columns.end; first += ColumnGather::kMost) {
+    gather.count =
+        static_cast<std::int32_t>(std::min<std::int64_t>(ColumnGather::kMost, columns.end - first));
+    for (std::int32_t i = 0; i < gather.count; ++i)
+      gather.columns[i] = static_cast<std::int32_t>(columnsOf(first + i).first);
+    PlanColumns(source.pixels.width, gather);
     for (std::int64_t row = rows.first; row < rows.end; ++row)
-      PickPixels(rowAt(row), rowAt(std::min(row + 1, rows.end - 1)), pastCaches, picks,
-                 surface.pixels + (row * surface.width + first) * 4);
+      GatherPixels(rowAt(row), rowAt(std::min(row + 1, rows.end - 1)), nonTemporal, gather,
+                   surface.pixels + (row * surface.width + first) * 4);
   }
-  if (pastCaches) EndPicks();
+  if (nonTemporal) EndGather();
 }
 
 }  // namespace
@@ -258,7 +258,7 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
                      {0, source.pixels.width});
   };
   if (stretchMode_ == COLORONCOLOR && source.bitCount == 24) {
-    DrawPicked(source, rows, columns, rowsOf, columnsOf, {surface_.data(), width_});
+    DrawGathered(source, rows, columns, rowsOf, columnsOf, {surface_.data(), width_});
     return source.pixels.height;
   }
   // A few columns at a time: where they come from is worked out once for all rows.
@@ -272,7 +272,7 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
       if (from.first >= from.end) continue;
       unsigned char* to = surface_.data() + (row * width_ + first) * 4;
       if (stretchMode_ == COLORONCOLOR)
-        PickGrays(source, from.first, {parts, static_cast<std::size_t>(count)}, to);
+        GatherGrays(source, from.first, {parts, static_cast<std::size_t>(count)}, to);
       else
         CombineRow(source, from, {parts, static_cast<std::size_t>(count)}, stretchMode_, to);
     }

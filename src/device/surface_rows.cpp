@@ -10,7 +10,8 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include "simd/pick_bytes-inl.h"
+#include "simd/gather_bytes-inl.h"
+#include "simd/non_temporal-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -71,59 +72,45 @@ void WidenRow(const std::uint8_t* bgr, std::int32_t count, bool more, bool strea
 }
 
 void WidenPixels(ConstImageView bgr, std::uint8_t* surface, std::ptrdiff_t pitch) {
-  const bool streams = DrawsPastCaches(bgr.width, bgr.height);
+  const bool streams = DrawsNonTemporally(bgr.width, bgr.height);
   for (std::int32_t y = 0; y < bgr.height; ++y)
     WidenRow(bgr.Row(y), bgr.width, y + 1 < bgr.height, streams, surface + y * pitch);
   if (streams) hwy::FlushStream();
 }
 
-/// Finds the groups whose source lies within reach of a lookup.
-void PlanPicks(std::int32_t width, ColumnPicks& picks) {
-  constexpr std::int32_t kPixels = kPickGroup / 4;
-  picks.groups = 0;
-  picks.row = nullptr;
-  for (; 3 * width >= kPickReach && (picks.groups + 1) * kPixels <= picks.count; ++picks.groups) {
-    const std::int32_t* columns = picks.columns + std::ptrdiff_t{picks.groups} * kPixels;
-    std::ptrdiff_t places[kPickGroup];
-    for (std::int32_t i = 0; i < kPickGroup; ++i) {
-      const std::ptrdiff_t column = columns[i / 4];
-      places[i] = 3 * column + std::min(i % 4, 2);
-    }
-    const std::ptrdiff_t first = std::ptrdiff_t{picks.groups} * kPickGroup;
-    const auto start =
-        PlanGroup(places, std::ptrdiff_t{3} * width, picks.lows + first, picks.highs + first);
-    if (!start) return;
-    picks.starts[picks.groups] = static_cast<std::int32_t>(*start);
-  }
+void PlanColumns(std::int32_t width, ColumnGather& gather) {
+  const auto placeOf = [&](std::int32_t byte) {
+    return 3 * gather.columns[byte / 4] + std::min(byte % 4, 2);
+  };
+  PlanGather(4 * gather.count, 3 * width, placeOf, gather.plan);
+  gather.row = nullptr;
 }
 
-void PickRow(const std::uint8_t* row, const std::uint8_t* following, ColumnPicks& picks) {
-  const hn::CappedTag<std::uint8_t, kPickGroup> d;
-  const auto colours =
-      hn::BitCast(d, hn::Set(hn::Repartition<std::uint32_t, decltype(d)>(), 0xFFFFFF));
-  for (std::int32_t group = 0; group < picks.groups; ++group) {
-    const std::ptrdiff_t first = std::ptrdiff_t{group} * kPickGroup;
-    hwy::Prefetch(following + picks.starts[group]);
-    const auto pixels =
-        PickGroup(row + picks.starts[group], picks.lows + first, picks.highs + first);
-    hn::Store(hn::And(pixels, colours), d, picks.picked + first);
-  }
-  for (std::int32_t i = picks.groups * kPickGroup / 4; i < picks.count; ++i) {
-    std::uint8_t* to = picks.picked + std::ptrdiff_t{4} * i;
-    std::memcpy(to, row + std::ptrdiff_t{3} * picks.columns[i], 3);
+void GatherRow(const std::uint8_t* row, const std::uint8_t* following, ColumnGather& gather) {
+  const GatheredBytes d8;
+  const hn::Repartition<std::uint32_t, GatheredBytes> d32;
+  const auto colours = hn::BitCast(d8, hn::Set(d32, 0xFFFFFF));
+  const auto clearFourths = [&](std::int32_t group, auto bytes) HWY_ATTR {
+    hwy::Prefetch(following + gather.plan.windows[group]);
+    return hn::And(bytes, colours);
+  };
+  const std::int32_t done = GatherBytes(gather.plan, row, clearFourths, gather.pixels) / 4;
+  for (std::int32_t i = done; i < gather.count; ++i) {
+    std::uint8_t* to = gather.pixels + std::ptrdiff_t{4} * i;
+    std::memcpy(to, row + std::ptrdiff_t{3} * gather.columns[i], 3);
     to[3] = 0;
   }
 }
 
-void PickPixels(const std::uint8_t* row, const std::uint8_t* following, bool pastCaches,
-                ColumnPicks& picks, std::uint8_t* surface) {
-  if (row != picks.row) PickRow(row, following, picks);
-  picks.row = row;
-  const std::size_t count = std::size_t{4} * static_cast<std::size_t>(picks.count);
-  if (pastCaches)
-    StreamBytes(picks.picked, count, surface);
+void GatherPixels(const std::uint8_t* row, const std::uint8_t* following, bool nonTemporal,
+                  ColumnGather& gather, std::uint8_t* surface) {
+  if (row != gather.row) GatherRow(row, following, gather);
+  gather.row = row;
+  const std::size_t count = std::size_t{4} * static_cast<std::size_t>(gather.count);
+  if (nonTemporal)
+    CopyNonTemporal(gather.pixels, count, surface);
   else
-    std::memcpy(surface, picks.picked, count);
+    std::memcpy(surface, gather.pixels, count);
 }
 
 }  // namespace rastelo::HWY_NAMESPACE
@@ -134,23 +121,23 @@ HWY_AFTER_NAMESPACE();
 namespace rastelo {
 
 HWY_EXPORT(WidenPixels);
-HWY_EXPORT(PlanPicks);
-HWY_EXPORT(PickPixels);
+HWY_EXPORT(PlanColumns);
+HWY_EXPORT(GatherPixels);
 
 void WidenPixels(ConstImageView bgr, std::uint8_t* surface, std::ptrdiff_t pitch) {
   HWY_DYNAMIC_DISPATCH(WidenPixels)(bgr, surface, pitch);
 }
 
-void PlanPicks(std::int32_t width, ColumnPicks& picks) {
-  HWY_DYNAMIC_DISPATCH(PlanPicks)(width, picks);
+void PlanColumns(std::int32_t width, ColumnGather& gather) {
+  HWY_DYNAMIC_DISPATCH(PlanColumns)(width, gather);
 }
 
-void PickPixels(const std::uint8_t* row, const std::uint8_t* following, bool pastCaches,
-                ColumnPicks& picks, std::uint8_t* surface) {
-  HWY_DYNAMIC_DISPATCH(PickPixels)(row, following, pastCaches, picks, surface);
+void GatherPixels(const std::uint8_t* row, const std::uint8_t* following, bool nonTemporal,
+                  ColumnGather& gather, std::uint8_t* surface) {
+  HWY_DYNAMIC_DISPATCH(GatherPixels)(row, following, nonTemporal, gather, surface);
 }
 
-void EndPicks() { hwy::FlushStream(); }
+void EndGather() { hwy::FlushStream(); }
 
 }  // namespace rastelo
 

@@ -15,7 +15,8 @@
 #include <hwy/highway.h>
 
 #include "simd/even_odd-inl.h"
-#include "simd/pick_bytes-inl.h"
+#include "simd/gather_bytes-inl.h"
+#include "simd/non_temporal-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -31,77 +32,56 @@ using Words = hn::ScalableTag<std::uint16_t>;
 // bytes of a pixel and of a vector.
 constexpr std::int32_t kStripBytes = 4032;
 constexpr std::int32_t kParts = 16;
-// Bytes of a target that does not stay in the caches: written past them.
-constexpr std::ptrdiff_t kStreamFrom = std::ptrdiff_t{1} << 20;
 
 /// The byte of each target byte's pixel that lies at the places `pixels` of a source row.
 template <int kSourceBytes, int kTargetBytes>
-void PickPixels(const std::uint8_t* row, const std::int32_t* pixels, std::int32_t count,
-                std::uint8_t* picked) {
-  for (std::int32_t i = 0; i < count; ++i, picked += kTargetBytes) {
+void GatherPixels(const std::uint8_t* row, const std::int32_t* pixels, std::int32_t count,
+                  std::uint8_t* gathered) {
+  for (std::int32_t i = 0; i < count; ++i, gathered += kTargetBytes) {
     const std::uint8_t* pixel = row + std::ptrdiff_t{pixels[i]} * kSourceBytes;
     if constexpr (kSourceBytes == kTargetBytes)
-      std::memcpy(picked, pixel, kTargetBytes);
+      std::memcpy(gathered, pixel, kTargetBytes);
     else if constexpr (kSourceBytes == 3)
-      *picked = GrayLevel(pixel[0], pixel[1], pixel[2]);
+      *gathered = GrayLevel(pixel[0], pixel[1], pixel[2]);
     else
-      std::memset(picked, *pixel, kTargetBytes);
+      std::memset(gathered, *pixel, kTargetBytes);
   }
 }
 
 /// One source pixel for each target column of a strip.
 template <int kSourceBytes, int kTargetBytes>
-class Picker {
+class ColumnGather {
  public:
   std::int32_t pixels[kStripBytes];
 
-  /// Finds the groups of target bytes whose source bytes lie within reach of a lookup.
   void Plan(std::int32_t count, std::int32_t sourceWidth) {
     count_ = count;
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t{sourceWidth} * kSourceBytes;
-    if (kSourceBytes != kTargetBytes || rowBytes < kPickReach) return;
-    const std::int32_t bytes = count * kTargetBytes;
-    for (; groups_ * kPickGroup < bytes; ++groups_) {
-      const std::int32_t first = groups_ * kPickGroup;
-      std::ptrdiff_t places[kPickGroup];
-      for (std::int32_t i = 0; i < kPickGroup; ++i) {
-        const std::int32_t byte = std::min(first + i, bytes - 1);
-        const std::ptrdiff_t pixel = pixels[byte / kTargetBytes];
-        places[i] = pixel * kSourceBytes + byte % kTargetBytes;
-      }
-      const auto start = PlanGroup(places, rowBytes, lows_ + first, highs_ + first);
-      if (!start) return;
-      starts_[groups_] = *start;
-      span_ = std::max(span_, *std::max_element(places, places + kPickGroup) - *start);
-    }
+    if constexpr (kSourceBytes == kTargetBytes)
+      PlanGather(
+          count * kTargetBytes, sourceWidth * kSourceBytes,
+          [this](std::int32_t byte) {
+            return pixels[byte / kTargetBytes] * kSourceBytes + byte % kTargetBytes;
+          },
+          plan_);
   }
 
-  /// Fetches ahead what the group of target byte `byte` will pick.
+  /// Fetches ahead what target byte `byte` and those behind it in a vector come from.
   HWY_INLINE void Prefetch(const std::uint8_t* row, std::size_t byte) const {
-    const auto group = static_cast<std::int32_t>(byte / kPickGroup);
-    if (group >= groups_) return;
-    for (std::ptrdiff_t line = 0; line < span_; line += 64)
-      hwy::Prefetch(row + starts_[group] + line);
+    const auto group = static_cast<std::int32_t>(byte / kGatherGroup);
+    if (group < plan_.groups) PrefetchGroup(plan_, group, row);
   }
 
-  void Pick(const std::uint8_t* row, std::uint8_t* picked) const {
-    const hn::CappedTag<std::uint8_t, kPickGroup> d;
-    const std::int32_t groups = groups_;  // which no pixel aliases
-    for (std::int32_t group = 0; group < groups; ++group) {
-      const std::ptrdiff_t first = std::ptrdiff_t{group} * kPickGroup;
-      hn::Store(PickGroup(row + starts_[group], lows_ + first, highs_ + first), d, picked + first);
-    }
-    const std::int32_t done = groups_ * kPickGroup / kTargetBytes;
+  void Gather(const std::uint8_t* row, std::uint8_t* gathered) const {
+    const auto same = [](std::int32_t, auto bytes) HWY_ATTR { return bytes; };
+    const std::int32_t done = GatherBytes(plan_, row, same, gathered) / kTargetBytes;
     if (done < count_)
-      PickPixels<kSourceBytes, kTargetBytes>(row, pixels + done, count_ - done,
-                                             picked + std::ptrdiff_t{done} * kTargetBytes);
+      GatherPixels<kSourceBytes, kTargetBytes>(row, pixels + done, count_ - done,
+                                               gathered + std::ptrdiff_t{done} * kTargetBytes);
   }
 
  private:
-  std::int32_t count_ = 0, groups_ = 0;  // planned groups, from the first on
-  std::ptrdiff_t starts_[kStripBytes / kPickGroup], span_ = 0;
-  // Where in the first or the second half of its group's source a byte lies.
-  HWY_ALIGN std::uint8_t lows_[kStripBytes], highs_[kStripBytes];
+  std::int32_t count_ = 0;
+  GatherPlan<kStripBytes> plan_;
 };
 
 /// The target columns of a strip, and what a source row gives them.
@@ -160,8 +140,8 @@ class Strip {
       if (levels.row == row) return levels;
     Levels& levels = rows_[rows_[0].row == kept ? 1 : 0];
     levels.row = row;
-    pixels_.Pick(source.Row(row), levels.pixels);
-    if (!copies_) nexts_.Pick(source.Row(row), levels.nexts);
+    pixels_.Gather(source.Row(row), levels.pixels);
+    if (!copies_) nexts_.Gather(source.Row(row), levels.nexts);
     return levels;
   }
 
@@ -253,7 +233,7 @@ class Strip {
   std::int32_t bytes_;
   const std::uint8_t* ahead_[2] = {};
   bool copies_ = true, inParts_ = true;
-  Picker<kSourceBytes, kTargetBytes> pixels_, nexts_;
+  ColumnGather<kSourceBytes, kTargetBytes> pixels_, nexts_;
   HWY_ALIGN float pixelWeights_[kStripBytes] = {}, nextWeights_[kStripBytes] = {};
   HWY_ALIGN std::uint8_t nextParts_[kStripBytes] = {}, mixed_[kStripBytes];
   Levels rows_[2];
@@ -264,7 +244,7 @@ void ZoomPixels(ConstImageView source, ImageView target) {
   const float scaleX = static_cast<float>(source.width) / static_cast<float>(target.width);
   const float scaleY = static_cast<float>(source.height) / static_cast<float>(target.height);
   constexpr std::int32_t kColumns = kStripBytes / kTargetBytes;
-  const bool streams = std::ptrdiff_t{target.pitch} * target.height > kStreamFrom;
+  const bool streams = std::int64_t{target.pitch} * target.height >= kNonTemporalBytes;
   for (std::int32_t first = 0; first < target.width; first += kColumns) {
     Strip<kSourceBytes, kTargetBytes> strip(first, std::min(kColumns, target.width - first), scaleX,
                                             source.width);
@@ -273,7 +253,7 @@ void ZoomPixels(ConstImageView source, ImageView target) {
           strip.Zoom(source, Place(y, scaleY, source.height), Place(y + 1, scaleY, source.height));
       std::uint8_t* to = target.Row(y) + std::ptrdiff_t{first} * kTargetBytes;
       if (streams)
-        StreamBytes(row, strip.Count(), to);
+        CopyNonTemporal(row, strip.Count(), to);
       else
         std::memcpy(to, row, strip.Count());
     }
