@@ -11,15 +11,13 @@
 // Behind foreach_target.h.
 #include <hwy/highway.h>
 
+#include "simd/non_temporal-inl.h"
 #include "simd/transpose-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-/// Results of so many bytes and more go past the caches.
-constexpr std::ptrdiff_t kLargeBytes = std::ptrdiff_t{4} << 20;
 
 using Bytes = hn::FixedTag<std::uint8_t, 16>;
 
@@ -64,14 +62,6 @@ void CopyRun(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes) {
     std::memcpy(to, from, bytes);
 }
 
-/// Copies `kMost` bytes past the caches, to where vectors are aligned.
-template <std::size_t kMost>
-void StreamRun(std::uint8_t* to, const std::uint8_t* from) {
-  const hn::CappedTag<std::uint8_t, kMost> d;
-  for (std::size_t i = 0; i < kMost; i += hn::Lanes(d))
-    hn::Stream(hn::LoadU(d, from + i), d, to + i);
-}
-
 /// Turns tiles of `kRows` x 64 pixels through two small ones in the near cache, so that each line
 /// of a picture is touched once for each tile, whatever the rows' distance: rows a power of two
 /// apart would drive each other out of the cache.
@@ -103,7 +93,7 @@ void RotateTiles(ConstImageView source, Turn turn, ImageView target) {
         const std::int32_t row = counter ? left + j : source.width - 1 - left - j;
         std::uint8_t* to = target.Row(row) + std::ptrdiff_t{column} * kPixelBytes;
         if (kPastCaches && rows == kRows && reinterpret_cast<std::uintptr_t>(to) % 64 == 0)
-          StreamRun<kTurnedRun>(to, turned + j * kTurnedPitch);
+          CopyVectorsNonTemporal(turned + j * kTurnedPitch, kTurnedRun, to);
         else
           CopyRun<kTurnedRun>(to, turned + j * kTurnedPitch,
                               static_cast<std::size_t>(rows) * kPixelBytes);
@@ -116,7 +106,7 @@ void RotateTiles(ConstImageView source, Turn turn, ImageView target) {
 /// Tiles that go past the caches are twice as high: more lines of each row follow one another.
 template <int kPixelBytes, int kBlock, auto kTranspose>
 void RotatePixels(ConstImageView source, Turn turn, ImageView target) {
-  if (std::ptrdiff_t{target.pitch} * target.height < kLargeBytes)
+  if (std::int64_t{target.pitch} * target.height < kNonTemporalBytes)
     RotateTiles<kPixelBytes, 64, kBlock, kTranspose, false>(source, turn, target);
   else
     RotateTiles<kPixelBytes, 128, kBlock, kTranspose, true>(source, turn, target);
