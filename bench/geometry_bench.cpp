@@ -24,17 +24,17 @@ const int kGray = Register("gray", "ours", Gray(rastelo::BgrToGray), kGrayRange)
                   Register("gray", "plain", Gray(plain::BgrToGray), kGrayRange);
 
 template <class Rotate>
-judge::MakeWork Turn(int bits, Rotate rotate) {
+judge::MakeWork Rotated(int bits, Rotate rotate) {
   return judge::ToTarget(bits, bits, SameSide, [=](ConstImageView source, ImageView target) {
-    rotate(source, bits / 8, rastelo::Turn::kClockwise, target);
+    rotate(source, bits / 8, rastelo::QuarterTurn::kClockwise, target);
   });
 }
 const judge::Range kOneContent = {.contents = {Content::kPhoto}};
 const int kTurns =
-    Register("quarter turn 8 bits", "ours", Turn(8, rastelo::RotateQuarter), kOneContent) +
-    Register("quarter turn 8 bits", "plain", Turn(8, plain::RotateQuarter), kOneContent) +
-    Register("quarter turn 24 bits", "ours", Turn(24, rastelo::RotateQuarter), kOneContent) +
-    Register("quarter turn 24 bits", "plain", Turn(24, plain::RotateQuarter), kOneContent);
+    Register("quarter turn 8 bits", "ours", Rotated(8, rastelo::RotateQuarter), kOneContent) +
+    Register("quarter turn 8 bits", "plain", Rotated(8, plain::RotateQuarter), kOneContent) +
+    Register("quarter turn 24 bits", "ours", Rotated(24, rastelo::RotateQuarter), kOneContent) +
+    Register("quarter turn 24 bits", "plain", Rotated(24, plain::RotateQuarter), kOneContent);
 
 // Both sides times a factor.
 struct Factor {

@@ -17,10 +17,10 @@ void BgrToGray(ConstImageView bgr, ImageView gray) {
   }
 }
 
-void RotateQuarter(ConstImageView source, int pixelBytes, Turn turn, ImageView target) {
+void RotateQuarter(ConstImageView source, int pixelBytes, QuarterTurn turn, ImageView target) {
   for (std::int32_t i = 0; i < target.height; ++i) {
     for (std::int32_t j = 0; j < target.width; ++j) {
-      const bool counter = turn == Turn::kCounterClockwise;
+      const bool counter = turn == QuarterTurn::kCounterClockwise;
       const std::ptrdiff_t column = counter ? i : source.width - 1 - i;
       const std::uint8_t* from =
           source.Row(counter ? source.height - 1 - j : j) + column * pixelBytes;

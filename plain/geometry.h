@@ -7,7 +7,7 @@
 namespace plain {
 
 void BgrToGray(rastelo::ConstImageView bgr, rastelo::ImageView gray);
-void RotateQuarter(rastelo::ConstImageView source, int pixelBytes, rastelo::Turn turn,
+void RotateQuarter(rastelo::ConstImageView source, int pixelBytes, rastelo::QuarterTurn turn,
                    rastelo::ImageView target);
 void ZoomBilinear(rastelo::ConstImageView source, rastelo::ImageView target, int pixelBytes);
 

@@ -86,7 +86,8 @@ TEST(BytePairs, ServeTheirTargetAndBetterOnes) {
 }
 
 TEST(RotateQuarter, IsThePlainOneOnEveryTarget) {
-  for (const rastelo::Turn turn : {rastelo::Turn::kClockwise, rastelo::Turn::kCounterClockwise}) {
+  for (const rastelo::QuarterTurn turn :
+       {rastelo::QuarterTurn::kClockwise, rastelo::QuarterTurn::kCounterClockwise}) {
     for (const int bytes : {1, 3}) {
       const auto with = [=](auto rotate) {
         return [=](rastelo::ConstImageView source, rastelo::ImageView target) {

@@ -20,7 +20,8 @@ void CRastelo::RotateImage_Dir(int direction) {
   if (m_pImgBits && !Inside::HasKnownDepth(*this)) return;
   // A row of many pixels becomes many rows, each padded to 4 bytes.
   if (!rastelo::FitsBuffer(m_lHeight, m_lWidth, m_nBitCount)) throw std::bad_alloc();
-  const auto turn = direction == 1 ? rastelo::Turn::kCounterClockwise : rastelo::Turn::kClockwise;
+  const auto turn =
+      direction == 1 ? rastelo::QuarterTurn::kCounterClockwise : rastelo::QuarterTurn::kClockwise;
   const auto turned = rastelo::PixelStore::Zeroed(m_lHeight, m_lWidth, m_nBitCount);
   rastelo::RotateQuarter(Inside::Pixels(*this), m_nBitCount / 8, turn, turned.Pixels());
   Inside::Adopt(*this, turned);

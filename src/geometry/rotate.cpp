@@ -19,38 +19,9 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Bytes = hn::FixedTag<std::uint8_t, 16>;
-
 void TransposeBytes(const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
                     std::ptrdiff_t toPitch) {
-  Transpose16(Bytes(), from, fromPitch, to, toPitch);
-}
-
-/// Transposes 4 x 4 pixels of 3 bytes. Reads 4 bytes behind each row, and writes as many.
-void TransposePixels(const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
-                     std::ptrdiff_t toPitch) {
-  const Bytes d;
-  const hn::Repartition<std::uint32_t, Bytes> words;
-  const hn::Repartition<std::uint64_t, Bytes> pairs;
-  alignas(16) constexpr std::uint8_t kSpread[16] = {0, 1, 2, 0, 3, 4,  5,  0,
-                                                    6, 7, 8, 0, 9, 10, 11, 0};
-  alignas(16) constexpr std::uint8_t kPack[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
-  const auto spread = hn::Load(d, kSpread), pack = hn::Load(d, kPack);
-  const auto load = [&](int row) {
-    return hn::BitCast(words, hn::TableLookupBytes(hn::LoadU(d, from + row * fromPitch), spread));
-  };
-  const auto store = [&](int row, auto pixels) {
-    hn::StoreU(hn::TableLookupBytes(hn::BitCast(d, pixels), pack), d, to + row * toPitch);
-  };
-  const auto a = load(0), b = load(1), c = load(2), e = load(3);
-  const auto left = hn::BitCast(pairs, hn::InterleaveLower(words, a, b));
-  const auto right = hn::BitCast(pairs, hn::InterleaveUpper(words, a, b));
-  const auto leftAbove = hn::BitCast(pairs, hn::InterleaveLower(words, c, e));
-  const auto rightAbove = hn::BitCast(pairs, hn::InterleaveUpper(words, c, e));
-  store(0, hn::InterleaveLower(pairs, left, leftAbove));
-  store(1, hn::InterleaveUpper(pairs, left, leftAbove));
-  store(2, hn::InterleaveLower(pairs, right, rightAbove));
-  store(3, hn::InterleaveUpper(pairs, right, rightAbove));
+  Transpose16(hn::FixedTag<std::uint8_t, 16>(), from, fromPitch, to, toPitch);
 }
 
 /// Copies `bytes` of at most kMost, all of them mostly.
@@ -62,57 +33,83 @@ void CopyRun(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes) {
     std::memcpy(to, from, bytes);
 }
 
-/// Turns tiles of `kRows` x 64 pixels through two small ones in the near cache, so that each line
-/// of a picture is touched once for each tile, whatever the rows' distance: rows a power of two
-/// apart would drive each other out of the cache.
-template <int kPixelBytes, int kRows, int kBlock, auto kTranspose, bool kPastCaches>
-void RotateTiles(ConstImageView source, Turn turn, ImageView target) {
-  constexpr std::int32_t kColumns = 64;
-  constexpr std::size_t kReadRun = std::size_t{kColumns} * kPixelBytes;
-  constexpr std::size_t kTurnedRun = std::size_t{kRows} * kPixelBytes;
-  constexpr std::ptrdiff_t kReadPitch = kReadRun + 16, kTurnedPitch = kTurnedRun + 16;
-  alignas(64) std::uint8_t read[kRows * kReadPitch] = {}, turned[kColumns * kTurnedPitch];
-  const bool counter = turn == Turn::kCounterClockwise;
-  // The rows' order in the target's columns is upwards or, counter-clockwise, downwards.
-  for (std::int32_t column = 0; column < target.width; column += kRows) {
-    const std::int32_t rows = std::min(kRows, target.width - column);
-    for (std::int32_t left = 0; left < source.width; left += kColumns) {
-      const std::int32_t columns = std::min(kColumns, source.width - left);
-      for (std::int32_t i = 0; i < rows; ++i) {
-        const std::int32_t row = counter ? source.height - 1 - column - i : column + i;
-        const std::uint8_t* from = source.Row(row) + std::ptrdiff_t{left} * kPixelBytes;
-        for (std::size_t k = 0; k < kReadRun; k += 64) hwy::Prefetch(from + kReadRun + k);
-        CopyRun<kReadRun>(read + i * kReadPitch, from,
-                          static_cast<std::size_t>(columns) * kPixelBytes);
-      }
-      for (int i = 0; i < rows; i += kBlock)
-        for (int j = 0; j < columns; j += kBlock)
-          kTranspose(read + i * kReadPitch + j * kPixelBytes, kReadPitch,
-                     turned + j * kTurnedPitch + i * kPixelBytes, kTurnedPitch);
-      for (std::int32_t j = 0; j < columns; ++j) {
-        const std::int32_t row = counter ? left + j : source.width - 1 - left - j;
-        std::uint8_t* to = target.Row(row) + std::ptrdiff_t{column} * kPixelBytes;
-        if (kPastCaches && rows == kRows && reinterpret_cast<std::uintptr_t>(to) % 64 == 0)
-          CopyVectorsNonTemporal(turned + j * kTurnedPitch, kTurnedRun, to);
-        else
-          CopyRun<kTurnedRun>(to, turned + j * kTurnedPitch,
-                              static_cast<std::size_t>(rows) * kPixelBytes);
+/// Rotates a picture by tiles of `kRows` x 64 pixels. A tile is copied to one buffer in L1 and
+/// transposed there, in blocks of `kBlock` x `kBlock` pixels, to another one. So each line of
+/// either picture is touched once a tile, whatever the rows' distance: rows a power of two apart
+/// would drive each other out of the cache. Rows of a tile enter, or columns leave, in reverse.
+template <int kPixelBytes, int kRows, int kBlock, auto kTranspose, bool kNonTemporal>
+class TileRotation {
+ public:
+  TileRotation(ConstImageView source, QuarterTurn turn, ImageView target)
+      : source_(source), target_(target), counter_(turn == QuarterTurn::kCounterClockwise) {}
+
+  void Run() {
+    for (std::int32_t row = 0; row < source_.height; row += kRows) {
+      const std::int32_t rows = std::min(kRows, source_.height - row);
+      for (std::int32_t column = 0; column < source_.width; column += kColumns) {
+        const std::int32_t columns = std::min(kColumns, source_.width - column);
+        LoadTile(row, rows, column, columns);
+        TransposeTile(rows, columns);
+        StoreTile(row, rows, column, columns);
       }
     }
+    if (kNonTemporal) hwy::FlushStream();
   }
-  if (kPastCaches) hwy::FlushStream();
-}
 
-/// Tiles that go past the caches are twice as high: more lines of each row follow one another.
+ private:
+  static constexpr std::int32_t kColumns = 64;
+  static constexpr std::size_t kRowBytes = std::size_t{kColumns} * kPixelBytes,
+                               kColumnBytes = std::size_t{kRows} * kPixelBytes;
+  static constexpr std::ptrdiff_t kTilePitch = kRowBytes + 16, kTransposedPitch = kColumnBytes + 16;
+
+  /// Rows are counted in the order of the target's columns.
+  void LoadTile(std::int32_t first, std::int32_t rows, std::int32_t column, std::int32_t columns) {
+    const auto bytes = static_cast<std::size_t>(columns) * kPixelBytes;
+    for (std::int32_t i = 0; i < rows; ++i) {
+      const std::int32_t row = counter_ ? source_.height - 1 - first - i : first + i;
+      const std::uint8_t* from = source_.Row(row) + std::ptrdiff_t{column} * kPixelBytes;
+      for (std::size_t k = 0; k < kRowBytes; k += 64) hwy::Prefetch(from + kRowBytes + k);
+      CopyRun<kRowBytes>(tile_ + i * kTilePitch, from, bytes);
+    }
+  }
+
+  void TransposeTile(std::int32_t rows, std::int32_t columns) {
+    for (int i = 0; i < rows; i += kBlock)
+      for (int k = 0; k < columns; k += kBlock)
+        kTranspose(tile_ + i * kTilePitch + k * kPixelBytes, kTilePitch,
+                   transposed_ + k * kTransposedPitch + i * kPixelBytes, kTransposedPitch);
+  }
+
+  void StoreTile(std::int32_t row, std::int32_t rows, std::int32_t first, std::int32_t columns) {
+    const auto bytes = static_cast<std::size_t>(rows) * kPixelBytes;
+    for (std::int32_t k = 0; k < columns; ++k) {
+      const std::int32_t column = counter_ ? first + k : source_.width - 1 - first - k;
+      const std::uint8_t* from = transposed_ + k * kTransposedPitch;
+      std::uint8_t* to = target_.Row(column) + std::ptrdiff_t{row} * kPixelBytes;
+      if (kNonTemporal && rows == kRows && reinterpret_cast<std::uintptr_t>(to) % 64 == 0)
+        CopyVectorsNonTemporal(from, kColumnBytes, to);
+      else
+        CopyRun<kColumnBytes>(to, from, bytes);
+    }
+  }
+
+  ConstImageView source_;
+  ImageView target_;
+  bool counter_;
+  alignas(64) std::uint8_t tile_[kRows * kTilePitch] = {};
+  alignas(64) std::uint8_t transposed_[kColumns * kTransposedPitch];
+};
+
+/// Non-temporal stores gain by tiles twice as high, which write more lines of a row together.
 template <int kPixelBytes, int kBlock, auto kTranspose>
-void RotatePixels(ConstImageView source, Turn turn, ImageView target) {
+void RotatePixels(ConstImageView source, QuarterTurn turn, ImageView target) {
   if (std::int64_t{target.pitch} * target.height < kNonTemporalBytes)
-    RotateTiles<kPixelBytes, 64, kBlock, kTranspose, false>(source, turn, target);
+    TileRotation<kPixelBytes, 64, kBlock, kTranspose, false>(source, turn, target).Run();
   else
-    RotateTiles<kPixelBytes, 128, kBlock, kTranspose, true>(source, turn, target);
+    TileRotation<kPixelBytes, 128, kBlock, kTranspose, true>(source, turn, target).Run();
 }
 
-void RotateQuarter(ConstImageView source, int pixelBytes, Turn turn, ImageView target) {
+void RotateQuarter(ConstImageView source, int pixelBytes, QuarterTurn turn, ImageView target) {
   if (pixelBytes == 1) RotatePixels<1, 16, TransposeBytes>(source, turn, target);
   if (pixelBytes == 3) RotatePixels<3, 4, TransposePixels>(source, turn, target);
 }
@@ -126,7 +123,7 @@ namespace rastelo {
 
 HWY_EXPORT(RotateQuarter);
 
-void RotateQuarter(ConstImageView source, int pixelBytes, Turn turn, ImageView target) {
+void RotateQuarter(ConstImageView source, int pixelBytes, QuarterTurn turn, ImageView target) {
   HWY_DYNAMIC_DISPATCH(RotateQuarter)(source, pixelBytes, turn, target);
 }
 

@@ -16,6 +16,35 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+/// Transposes 4 x 4 pixels of 3 bytes. Reads 4 bytes behind each row, and writes as many.
+inline void TransposePixels(const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
+                            std::ptrdiff_t toPitch) {
+  const hn::FixedTag<std::uint8_t, 16> d8;
+  const hn::FixedTag<std::uint32_t, 4> d32;
+  const hn::FixedTag<std::uint64_t, 2> d64;
+  alignas(16) constexpr std::uint8_t kWiden[16] = {0, 1, 2, 0, 3, 4,  5,  0,
+                                                   6, 7, 8, 0, 9, 10, 11, 0};
+  alignas(16) constexpr std::uint8_t kNarrow[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14};
+  const auto load = [&](int row) HWY_ATTR {
+    const auto bytes = hn::LoadU(d8, from + row * fromPitch);
+    return hn::BitCast(d32, hn::TableLookupBytes(bytes, hn::Load(d8, kWiden)));
+  };
+  const auto store = [&](int row, auto pixels) HWY_ATTR {
+    const auto bytes = hn::TableLookupBytes(hn::BitCast(d8, pixels), hn::Load(d8, kNarrow));
+    hn::StoreU(bytes, d8, to + row * toPitch);
+  };
+  // Columns 0 and 1, and columns 2 and 3, of two rows each.
+  const auto left = [=](auto row, auto next)
+                        HWY_ATTR { return hn::BitCast(d64, hn::InterleaveLower(d32, row, next)); };
+  const auto right = [=](auto row, auto next)
+                         HWY_ATTR { return hn::BitCast(d64, hn::InterleaveUpper(d32, row, next)); };
+  const auto row0 = load(0), row1 = load(1), row2 = load(2), row3 = load(3);
+  store(0, hn::InterleaveLower(d64, left(row0, row1), left(row2, row3)));
+  store(1, hn::InterleaveUpper(d64, left(row0, row1), left(row2, row3)));
+  store(2, hn::InterleaveLower(d64, right(row0, row1), right(row2, row3)));
+  store(3, hn::InterleaveUpper(d64, right(row0, row1), right(row2, row3)));
+}
+
 /// Fills the vector's blocks of 16 bytes from places that are `step` bytes apart.
 template <class D>
 hn::Vec<D> LoadBlocks(D d, const std::uint8_t* from, std::ptrdiff_t step) {
@@ -41,8 +70,8 @@ void StoreBlocks(D d, hn::Vec<D> v, std::uint8_t* to, std::ptrdiff_t step) {
   }
 }
 
-/// Turns 16 x 16 bytes in each block. Each round interleaves rows that are 8 apart; four bring the
-/// bytes of a column together.
+/// Transposes 16 x 16 bytes in each block. Each round interleaves rows that are 8 apart; four bring
+/// the bytes of a column together.
 template <class D>
 void TransposeBlocks(D d, hn::Vec<D>* a) {
   hn::Vec<D> b[16];
@@ -58,8 +87,8 @@ void TransposeBlocks(D d, hn::Vec<D>* a) {
   interleave(b, a);
 }
 
-/// Turns 16 bytes of as many rows as `d` has lanes, at least 16: byte x of row y goes to byte y of
-/// row x.
+/// Transposes 16 bytes of as many rows as `d` has lanes, at least 16: byte x of row y goes to byte
+/// y of row x.
 template <class D>
 void Transpose16(D d, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
                  std::ptrdiff_t toPitch) {
@@ -69,7 +98,7 @@ void Transpose16(D d, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::u
   for (int i = 0; i < 16; ++i) hn::StoreU(a[i], d, to + i * toPitch);
 }
 
-/// Turns as many bytes of 16 rows as `d` has lanes, at least 16.
+/// Transposes as many bytes of 16 rows as `d` has lanes, at least 16.
 template <class D>
 void TransposeFrom16(D d, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
                      std::ptrdiff_t toPitch) {
