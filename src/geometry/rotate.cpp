@@ -63,29 +63,35 @@ class TileRotation {
   static constexpr std::ptrdiff_t kTilePitch = kRowBytes + 16, kTransposedPitch = kColumnBytes + 16;
 
   /// Rows are counted in the order of the target's columns.
-  void LoadTile(std::int32_t first, std::int32_t rows, std::int32_t column, std::int32_t columns) {
+  HWY_INLINE void LoadTile(std::int32_t row, std::int32_t rows, std::int32_t column,
+                           std::int32_t columns) {
     const auto bytes = static_cast<std::size_t>(columns) * kPixelBytes;
+    const std::ptrdiff_t step = counter_ ? -source_.pitch : source_.pitch;
+    const std::uint8_t* first = source_.Row(counter_ ? source_.height - 1 - row : row) +
+                                std::ptrdiff_t{column} * kPixelBytes;
     for (std::int32_t i = 0; i < rows; ++i) {
-      const std::int32_t row = counter_ ? source_.height - 1 - first - i : first + i;
-      const std::uint8_t* from = source_.Row(row) + std::ptrdiff_t{column} * kPixelBytes;
+      const std::uint8_t* from = first + i * step;
       for (std::size_t k = 0; k < kRowBytes; k += 64) hwy::Prefetch(from + kRowBytes + k);
       CopyRun<kRowBytes>(tile_ + i * kTilePitch, from, bytes);
     }
   }
 
-  void TransposeTile(std::int32_t rows, std::int32_t columns) {
+  HWY_INLINE void TransposeTile(std::int32_t rows, std::int32_t columns) {
     for (int i = 0; i < rows; i += kBlock)
       for (int k = 0; k < columns; k += kBlock)
         kTranspose(tile_ + i * kTilePitch + k * kPixelBytes, kTilePitch,
                    transposed_ + k * kTransposedPitch + i * kPixelBytes, kTransposedPitch);
   }
 
-  void StoreTile(std::int32_t row, std::int32_t rows, std::int32_t first, std::int32_t columns) {
+  HWY_INLINE void StoreTile(std::int32_t row, std::int32_t rows, std::int32_t column,
+                            std::int32_t columns) {
     const auto bytes = static_cast<std::size_t>(rows) * kPixelBytes;
+    const std::ptrdiff_t step = counter_ ? target_.pitch : -target_.pitch;
+    std::uint8_t* first = target_.Row(counter_ ? column : target_.height - 1 - column) +
+                          std::ptrdiff_t{row} * kPixelBytes;
     for (std::int32_t k = 0; k < columns; ++k) {
-      const std::int32_t column = counter_ ? first + k : source_.width - 1 - first - k;
       const std::uint8_t* from = transposed_ + k * kTransposedPitch;
-      std::uint8_t* to = target_.Row(column) + std::ptrdiff_t{row} * kPixelBytes;
+      std::uint8_t* to = first + k * step;
       if (kNonTemporal && rows == kRows && reinterpret_cast<std::uintptr_t>(to) % 64 == 0)
         CopyVectorsNonTemporal(from, kColumnBytes, to);
       else
@@ -96,8 +102,8 @@ class TileRotation {
   ConstImageView source_;
   ImageView target_;
   bool counter_;
-  alignas(64) std::uint8_t tile_[kRows * kTilePitch] = {};
   alignas(64) std::uint8_t transposed_[kColumns * kTransposedPitch];
+  alignas(64) std::uint8_t tile_[kRows * kTilePitch] = {};
 };
 
 /// Non-temporal stores gain by tiles twice as high, which write more lines of a row together.
