@@ -23,17 +23,23 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Floats = hn::ScalableTag<float>;
 using Bytes = hn::ScalableTag<std::uint8_t>;
-using Lanes = hn::Rebind<std::uint32_t, Floats>;
 using Words = hn::ScalableTag<std::uint16_t>;
+using Floats = hn::ScalableTag<float>;
 
-// Bytes of a strip of columns: all that is kept of one fits into the near cache. Divisible by the
-// bytes of a pixel and of a vector.
+/// Bytes of a strip of columns: all that is kept of one fits into L1. Divisible by the bytes of a
+/// pixel and of a vector.
 constexpr std::int32_t kStripBytes = 4032;
-constexpr std::int32_t kParts = 16;
 
-/// The byte of each target byte's pixel that lies at the places `pixels` of a source row.
+/// The 1 of weights in fixed point, which are sixteenths.
+constexpr std::uint16_t kOne = 16;
+
+constexpr std::uint16_t FixedPoint(float weight) {
+  return static_cast<std::uint16_t>(weight * kOne);
+}
+constexpr bool HasFixedPoint(float weight) { return FixedPoint(weight) == weight * kOne; }
+
+/// The pixels of a source row in the columns `pixels`, in the depth of the target.
 template <int kSourceBytes, int kTargetBytes>
 void GatherPixels(const std::uint8_t* row, const std::int32_t* pixels, std::int32_t count,
                   std::uint8_t* gathered) {
@@ -84,32 +90,21 @@ class ColumnGather {
   GatherPlan<kStripBytes> plan_;
 };
 
-/// The target columns of a strip, and what a source row gives them.
+/// Makes the rows of a strip of target columns. A target byte lies between two source rows and in
+/// each between two pixels. What a source row gives to all bytes is gathered once and kept while
+/// target rows need it; then the four levels of each byte are mixed.
 template <int kSourceBytes, int kTargetBytes>
 class Strip {
  public:
   Strip(std::int32_t first, std::int32_t count, float scale, std::int32_t sourceWidth)
       : bytes_(count * kTargetBytes) {
-    for (std::int32_t i = 0; i < count; ++i) {
-      const Sample sample = Place(first + i, scale, sourceWidth);
-      pixels_.pixels[i] = sample.pixel;
-      nexts_.pixels[i] = sample.next;
-      copies_ = copies_ && sample.nextWeight == 0.0f;
-      inParts_ = inParts_ && IsInParts(sample);
-      for (std::int32_t c = 0; c < kTargetBytes; ++c) {
-        const std::size_t byte =
-            static_cast<std::size_t>(i) * kTargetBytes + static_cast<std::size_t>(c);
-        pixelWeights_[byte] = sample.pixelWeight;
-        nextWeights_[byte] = sample.nextWeight;
-        nextParts_[byte] = static_cast<std::uint8_t>(sample.nextWeight * kParts);
-      }
-    }
+    for (std::int32_t i = 0; i < count; ++i) SetColumn(i, Place(first + i, scale, sourceWidth));
     pixels_.Plan(count, sourceWidth);
     if (!copies_) nexts_.Plan(count, sourceWidth);
   }
 
-  /// A row of the target. The rows of the `following` one are fetched meanwhile: those of a strip
-  /// are too short for the processor to foresee.
+  /// The target row at `v`. The source rows of the `following` one are fetched meanwhile: those of
+  /// a strip are too short for the processor to foresee.
   const std::uint8_t* Zoom(ConstImageView source, const Sample& v, const Sample& following) {
     ahead_[0] = following.pixel > v.next ? source.Row(following.pixel) : nullptr;
     ahead_[1] = following.next > v.next ? source.Row(following.next) : nullptr;
@@ -117,8 +112,8 @@ class Strip {
     if (v.nextWeight == 0.0f) {
       if (copies_) return row.pixels;
       Mix(row);
-    } else if (inParts_ && IsInParts(v)) {
-      MixParts(row, Load(source, v.next, v.pixel), v);
+    } else if (isFixedPoint_ && HasFixedPoint(v.nextWeight)) {
+      MixFixedPoint(row, Load(source, v.next, v.pixel), FixedPoint(v.nextWeight));
     } else {
       Mix(row, Load(source, v.next, v.pixel), v);
     }
@@ -128,13 +123,25 @@ class Strip {
   std::size_t Count() const { return static_cast<std::size_t>(bytes_); }
 
  private:
-  /// What one source row gives: the levels at the target bytes' pixels and at the next ones.
+  /// What a source row gives: for each target byte the level of its pixel and of the next one.
   struct Levels {
     std::int32_t row = -1;
     HWY_ALIGN std::uint8_t pixels[kStripBytes] = {}, nexts[kStripBytes] = {};
   };
 
-  /// The levels of a row, from before or made anew in place of those of a row that is not `kept`.
+  void SetColumn(std::int32_t i, const Sample& sample) {
+    pixels_.pixels[i] = sample.pixel;
+    nexts_.pixels[i] = sample.next;
+    copies_ = copies_ && sample.nextWeight == 0.0f;
+    isFixedPoint_ = isFixedPoint_ && HasFixedPoint(sample.nextWeight);
+    const std::int32_t byte = i * kTargetBytes;
+    std::fill_n(pixelWeights_ + byte, kTargetBytes, sample.pixelWeight);
+    std::fill_n(nextWeights_ + byte, kTargetBytes, sample.nextWeight);
+    std::fill_n(fixedWeights_ + byte, kTargetBytes,
+                static_cast<std::uint8_t>(FixedPoint(sample.nextWeight)));
+  }
+
+  /// The levels of a row, from before or gathered in place of those of a row that is not `kept`.
   const Levels& Load(ConstImageView source, std::int32_t row, std::int32_t kept) {
     for (const Levels& levels : rows_)
       if (levels.row == row) return levels;
@@ -146,46 +153,81 @@ class Strip {
   }
 
   static auto Widen(const std::uint8_t* levels) {
-    const hn::Rebind<std::int32_t, Floats> whole;
-    const hn::Rebind<std::uint8_t, Floats> bytes;
-    return hn::ConvertTo(Floats(), hn::PromoteTo(whole, hn::LoadU(bytes, levels)));
+    const Floats df;
+    const hn::Rebind<std::int32_t, Floats> d32;
+    const hn::Rebind<std::uint8_t, Floats> d8;
+    return hn::ConvertTo(df, hn::PromoteTo(d32, hn::LoadU(d8, levels)));
   }
 
-  /// Adds up in the order of the definition, every product and sum rounded; a row of weight 0 adds
+  /// Adds up in the order of the definition, every product and sum rounded. A row of weight 0 adds
   /// nothing.
   void Mix(const Levels& row) {
+    const Floats df;
     Truncate([&](std::size_t i) HWY_ATTR {
-      return hn::Add(hn::Mul(Widen(row.pixels + i), Weights(pixelWeights_ + i)),
-                     hn::Mul(Widen(row.nexts + i), Weights(nextWeights_ + i)));
+      return hn::Add(hn::Mul(Widen(row.pixels + i), hn::Load(df, pixelWeights_ + i)),
+                     hn::Mul(Widen(row.nexts + i), hn::Load(df, nextWeights_ + i)));
     });
   }
 
-  void Mix(const Levels& row, const Levels& next, const Sample& v) {
-    const Floats d;
-    const auto rowWeight = hn::Set(d, v.pixelWeight), nextWeight = hn::Set(d, v.nextWeight);
+  void Mix(const Levels& row, const Levels& nextRow, const Sample& v) {
+    const Floats df;
+    const auto rowWeight = hn::Set(df, v.pixelWeight), nextRowWeight = hn::Set(df, v.nextWeight);
     Truncate([&](std::size_t i) HWY_ATTR {
-      const auto left = Weights(pixelWeights_ + i), right = Weights(nextWeights_ + i);
-      auto sum = hn::Add(hn::Mul(Widen(row.pixels + i), hn::Mul(left, rowWeight)),
-                         hn::Mul(Widen(row.nexts + i), hn::Mul(right, rowWeight)));
-      sum = hn::Add(sum, hn::Mul(Widen(next.pixels + i), hn::Mul(left, nextWeight)));
-      return hn::Add(sum, hn::Mul(Widen(next.nexts + i), hn::Mul(right, nextWeight)));
+      const auto pixel = hn::Load(df, pixelWeights_ + i), next = hn::Load(df, nextWeights_ + i);
+      auto sum = hn::Add(hn::Mul(Widen(row.pixels + i), hn::Mul(pixel, rowWeight)),
+                         hn::Mul(Widen(row.nexts + i), hn::Mul(next, rowWeight)));
+      sum = hn::Add(sum, hn::Mul(Widen(nextRow.pixels + i), hn::Mul(pixel, nextRowWeight)));
+      return hn::Add(sum, hn::Mul(Widen(nextRow.nexts + i), hn::Mul(next, nextRowWeight)));
     });
   }
 
-  /// Truncates the values below 256 that `at` gives for the bytes from i on.
-  template <class At>
-  void Truncate(At at) {
-    const Floats d;
-    const hn::Rebind<std::uint8_t, Floats> bytes;
+  /// Truncates the values below 256 that `mix` gives for the bytes from i on.
+  template <class Mixing>
+  void Truncate(Mixing mix) {
+    const Floats df;
+    const hn::Rebind<std::uint32_t, Floats> d32;
+    const hn::Rebind<std::uint8_t, Floats> d8;
     ForEachVector([&](std::size_t first) HWY_ATTR {
-      for (std::size_t i = first; i < first + hn::Lanes(Bytes()); i += hn::Lanes(d)) {
+      for (std::size_t i = first; i < first + hn::Lanes(Bytes()); i += hn::Lanes(df)) {
         // Beyond 2^23, the lowest bits of a float count ones.
-        const auto whole = hn::Add(hn::Floor(at(i)), hn::Set(d, 8388608.0f));
-        const auto levels = hn::And(hn::BitCast(Lanes(), whole), hn::Set(Lanes(), 255));
-        hn::StoreU(hn::U8FromU32(levels), bytes, mixed_ + i);
+        const auto whole = hn::Add(hn::Floor(mix(i)), hn::Set(df, 8388608.0f));
+        const auto levels = hn::And(hn::BitCast(d32, whole), hn::Set(d32, 255));
+        hn::StoreU(hn::U8FromU32(levels), d8, mixed_ + i);
       }
     });
   }
+
+  /// Where all weights have a fixed point, every product and sum of the definition is a multiple of
+  /// 1/256 below 256: single precision holds it unrounded, and so do 16 bits.
+  void MixFixedPoint(const Levels& row, const Levels& nextRow, std::uint16_t weight) {
+    const Words d16;
+    const auto one = hn::Set(d16, kOne), nextRowWeight = hn::Set(d16, weight),
+               rowWeight = hn::Sub(one, nextRowWeight);
+    const auto mix = [&](auto half, std::size_t i) HWY_ATTR {
+      const auto next = half(fixedWeights_ + i), pixel = hn::Sub(one, next);
+      const auto across = [&](const Levels& levels) HWY_ATTR {
+        return hn::Add(hn::Mul(half(levels.pixels + i), pixel),
+                       hn::Mul(half(levels.nexts + i), next));
+      };
+      return hn::Add(hn::Mul(across(row), rowWeight), hn::Mul(across(nextRow), nextRowWeight));
+    };
+    ForEachVector([&](std::size_t i) HWY_ATTR {
+      const auto evens = hn::ShiftRight<8>(mix(LoadEven(), i));
+      const auto odds = hn::AndNot(hn::Set(d16, 255), mix(LoadOdd(), i));
+      hn::Store(hn::BitCast(Bytes(), hn::Or(evens, odds)), Bytes(), mixed_ + i);
+    });
+  }
+
+  struct LoadEven {
+    HWY_INLINE auto operator()(const std::uint8_t* bytes) const {
+      return Even(hn::Load(Bytes(), bytes));
+    }
+  };
+  struct LoadOdd {
+    HWY_INLINE auto operator()(const std::uint8_t* bytes) const {
+      return Odd(hn::Load(Bytes(), bytes));
+    }
+  };
 
   /// Makes the mixed bytes, those of a vector from i on by `make(i)`.
   template <class Make>
@@ -197,45 +239,13 @@ class Strip {
     }
   }
 
-  static auto Weights(const float* weights) { return hn::Load(Floats(), weights); }
-
-  static bool IsInParts(const Sample& sample) {
-    const float parts = sample.nextWeight * kParts;
-    return parts == static_cast<float>(static_cast<std::int32_t>(parts));
-  }
-
-  /// Where all weights are sixteenths, every product and sum of the definition is a multiple of
-  /// 1/256 below 256: single precision holds it unrounded, and so do 16 bits.
-  void MixParts(const Levels& row, const Levels& next, const Sample& v) {
-    const Words d;
-    const auto parts = static_cast<std::uint16_t>(v.nextWeight * kParts);
-    const auto rowParts = hn::Set(d, static_cast<std::uint16_t>(kParts - parts));
-    const auto nextParts = hn::Set(d, parts), all = hn::Set(d, std::uint16_t{kParts});
-    const auto even = [](const std::uint8_t* bytes)
-                          HWY_ATTR { return Even(hn::Load(Bytes(), bytes)); };
-    const auto odd = [](const std::uint8_t* bytes)
-                         HWY_ATTR { return Odd(hn::Load(Bytes(), bytes)); };
-    const auto mix = [&](auto half, std::size_t i) HWY_ATTR {
-      const auto right = half(nextParts_ + i), left = hn::Sub(all, right);
-      const auto above =
-          hn::Add(hn::Mul(half(row.pixels + i), left), hn::Mul(half(row.nexts + i), right));
-      const auto below =
-          hn::Add(hn::Mul(half(next.pixels + i), left), hn::Mul(half(next.nexts + i), right));
-      return hn::Add(hn::Mul(above, rowParts), hn::Mul(below, nextParts));
-    };
-    ForEachVector([&](std::size_t i) HWY_ATTR {
-      const auto low = hn::ShiftRight<8>(mix(even, i));
-      const auto high = hn::AndNot(hn::Set(d, std::uint16_t{255}), mix(odd, i));
-      hn::Store(hn::BitCast(Bytes(), hn::Or(low, high)), Bytes(), mixed_ + i);
-    });
-  }
-
   std::int32_t bytes_;
   const std::uint8_t* ahead_[2] = {};
-  bool copies_ = true, inParts_ = true;
+  bool copies_ = true, isFixedPoint_ = true;
   ColumnGather<kSourceBytes, kTargetBytes> pixels_, nexts_;
+  // Of each target byte: between two pixels, and the next one's once more in fixed point.
   HWY_ALIGN float pixelWeights_[kStripBytes] = {}, nextWeights_[kStripBytes] = {};
-  HWY_ALIGN std::uint8_t nextParts_[kStripBytes] = {}, mixed_[kStripBytes];
+  HWY_ALIGN std::uint8_t fixedWeights_[kStripBytes] = {}, mixed_[kStripBytes];
   Levels rows_[2];
 };
 
@@ -244,7 +254,7 @@ void ZoomPixels(ConstImageView source, ImageView target) {
   const float scaleX = static_cast<float>(source.width) / static_cast<float>(target.width);
   const float scaleY = static_cast<float>(source.height) / static_cast<float>(target.height);
   constexpr std::int32_t kColumns = kStripBytes / kTargetBytes;
-  const bool streams = std::int64_t{target.pitch} * target.height >= kNonTemporalBytes;
+  const bool nonTemporal = std::int64_t{target.pitch} * target.height >= kNonTemporalBytes;
   for (std::int32_t first = 0; first < target.width; first += kColumns) {
     Strip<kSourceBytes, kTargetBytes> strip(first, std::min(kColumns, target.width - first), scaleX,
                                             source.width);
@@ -252,13 +262,13 @@ void ZoomPixels(ConstImageView source, ImageView target) {
       const std::uint8_t* row =
           strip.Zoom(source, Place(y, scaleY, source.height), Place(y + 1, scaleY, source.height));
       std::uint8_t* to = target.Row(y) + std::ptrdiff_t{first} * kTargetBytes;
-      if (streams)
+      if (nonTemporal)
         CopyNonTemporal(row, strip.Count(), to);
       else
         std::memcpy(to, row, strip.Count());
     }
   }
-  if (streams) hwy::FlushStream();
+  if (nonTemporal) hwy::FlushStream();
 }
 
 void ZoomBilinear(ConstImageView source, int sourceBytes, ImageView target, int targetBytes) {

@@ -7,8 +7,8 @@
 
 namespace rastelo {
 
-/// Samples `source` bilinearly to the size of `target`. With (s, f) the whole and the broken part
-/// of column * (W of source / W of target), and (t, g) those of the row,
+/// Samples `source` bilinearly to the size of `target`. With (s, f) the whole number and the
+/// fraction of column * (W of source / W of target), and (t, g) those of the row,
 ///     value = ((A * (1-f)(1-g) + B * f(1-g)) + C * (1-f)g) + D * fg, truncated,
 /// all in single precision, each step rounded once. A is source pixel (s, t), B its neighbour in
 /// column s + 1, C in row t + 1, D in both; at the last column and row, in column s - 1 and row
