@@ -8,6 +8,7 @@
 
 #include "device/surface_rows.h"
 #include "pixels/image_view.h"
+#include "pixels/interval.h"
 #include "rastelo_device.h"
 
 namespace rastelo {
@@ -33,10 +34,12 @@ struct Source {
     bgr[1] = colour.rgbGreen;
     bgr[2] = colour.rgbRed;
   }
-  void LoadGrays(ConstImageView levels, unsigned char* surface, std::ptrdiff_t pitch) const {
-    for (std::int32_t y = 0; y < levels.height; ++y)
-      for (std::int32_t x = 0; x < levels.width; ++x)
-        LoadGray(levels.Row(y)[x], surface + y * pitch + std::ptrdiff_t{4} * x);
+  /// Draws an area of the bitmap pixel by pixel, its rows `pitch` bytes apart on the surface.
+  void Draw(ConstImageView area, unsigned char* surface, std::ptrdiff_t pitch) const {
+    if (bitCount == 24) return WidenPixels(area, surface, pitch);
+    for (std::int32_t y = 0; y < area.height; ++y)
+      for (std::int32_t x = 0; x < area.width; ++x)
+        LoadGray(area.Row(y)[x], surface + y * pitch + std::ptrdiff_t{4} * x);
   }
 };
 
@@ -53,12 +56,6 @@ bool OpenSource(const void* bits, const BITMAPINFO* info, UINT usage, Source& so
   return true;
 }
 
-struct Span {
-  std::int64_t first, end;  // [first, end)
-};
-
-Span Intersect(Span a, Span b) { return {std::max(a.first, b.first), std::min(a.end, b.end)}; }
-
 std::int64_t DivideUp(std::int64_t a, std::int64_t b) { return a / b + (a % b > 0 ? 1 : 0); }
 
 /// One axis of a stretch: from target pixels to the source pixels that they stand for, both counted
@@ -73,15 +70,15 @@ class StretchAxis {
         mirrored_((targetSide < 0) != (sourceSide < 0)) {}
 
   /// The lowest pixel of a side, which counts toward lower numbers if it is negative; the pixel
-  /// that it starts from is always part of it.
+  /// that it starts from is always among them.
   static std::int64_t FirstPixel(int start, int side) {
     return side < 0 ? std::int64_t{start} + side + 1 : start;
   }
 
-  Span Target() const { return {targetFirst_, targetFirst_ + targetSide_}; }
+  Interval Target() const { return {targetFirst_, targetFirst_ + targetSide_}; }
 
-  /// The part of the source area that falls on target pixel `target`.
-  Span Source(std::int64_t target) const {
+  /// What of the source area falls on target pixel `target`.
+  Interval Source(std::int64_t target) const {
     const std::int64_t i = target - targetFirst_;
     const std::int64_t index = mirrored_ ? targetSide_ - 1 - i : i;
     if (sourceSide_ > targetSide_) return {FirstOf(index), FirstOf(index + 1)};
@@ -99,82 +96,162 @@ class StretchAxis {
   bool mirrored_;
 };
 
-/// Combines the source pixels of one target pixel by the stretch mode. Needs at least one.
-void Combine(const Source& source, Span columns, Span rows, int mode, unsigned char* target) {
+/// Several pixels of blue, green, red that are combined to one.
+struct Combination {
   std::uint64_t sum[3] = {};
-  unsigned char all[3] = {255, 255, 255}, any[3] = {}, bgr[3];
-  for (std::int64_t y = rows.first; y < rows.end; ++y) {
-    for (std::int64_t x = columns.first; x < columns.end; ++x) {
-      source.Load(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), bgr);
-      for (int c = 0; c < 3; ++c) {
-        sum[c] += bgr[c];
-        all[c] &= bgr[c];
-        any[c] |= bgr[c];
-      }
+  unsigned char all[3] = {255, 255, 255}, any[3] = {};
+
+  void Add(const unsigned char* bgr) {
+    for (int c = 0; c < 3; ++c) {
+      sum[c] += bgr[c];
+      all[c] &= bgr[c];
+      any[c] |= bgr[c];
     }
   }
-  const auto count =
-      static_cast<std::uint64_t>((rows.end - rows.first) * (columns.end - columns.first));
-  for (int c = 0; c < 3; ++c) {
-    target[c] = mode == BLACKONWHITE   ? all[c]
-                : mode == WHITEONBLACK ? any[c]
-                                       : static_cast<unsigned char>(sum[c] / count);
-  }
-}
 
-/// A row of a surface from the levels in row `y` at the places `parts`, of one pixel or none each.
-void GatherGrays(const Source& source, std::int64_t y, std::span<const Span> parts,
-                 unsigned char* surface) {
-  const std::uint8_t* row = source.pixels.Row(static_cast<std::int32_t>(y));
-  for (const Span& part : parts) {
-    if (part.first < part.end) source.LoadGray(row[part.first], surface);
-    surface += 4;
+  /// Stores what they are combined to by the stretch mode.
+  void Store(int mode, std::uint64_t count, unsigned char* bgr) const {
+    for (int c = 0; c < 3; ++c) {
+      const auto mean = static_cast<unsigned char>(sum[c] / count);
+      bgr[c] = mode == BLACKONWHITE ? all[c] : mode == WHITEONBLACK ? any[c] : mean;
+    }
   }
-}
-
-/// The same from all pixels of several rows.
-void CombineRow(const Source& source, Span rows, std::span<const Span> parts, int mode,
-                unsigned char* surface) {
-  for (const Span& part : parts) {
-    if (part.first < part.end) Combine(source, part, rows, mode, surface);
-    surface += 4;
-  }
-}
+};
 
 struct Surface {
   unsigned char* pixels;
-  std::int64_t width;
+  std::int64_t width, height;
+  unsigned char* Pixel(std::int64_t column, std::int64_t row) const {
+    return pixels + (row * width + column) * 4;
+  }
 };
 
-/// Draws pixels of colour one by one: `rowsOf` and `columnsOf` give one or none for each of the
-/// target's.
-void DrawGathered(const Source& source, Span rows, Span columns, auto rowsOf, auto columnsOf,
-                  Surface surface) {
-  const auto trim = [](Span& span, auto partOf) {
-    const auto hasNone = [&](std::int64_t i) { return partOf(i).first >= partOf(i).end; };
-    while (span.first < span.end && hasNone(span.first)) ++span.first;
-    while (span.first < span.end && hasNone(span.end - 1)) --span.end;
+/// A stretch of an area of a bitmap to an area of a surface.
+class Stretch {
+ public:
+  /// As StretchDIBits is given them. That of the bitmap has no side of 0.
+  struct Area {
+    int x, y, width, height;
   };
-  trim(rows, rowsOf);
-  trim(columns, columnsOf);
-  if (rows.first >= rows.end || columns.first >= columns.end) return;
-  const auto rowAt = [&](std::int64_t row) {
-    return source.pixels.Row(static_cast<std::int32_t>(rowsOf(row).first));
-  };
-  const bool nonTemporal = DrawsNonTemporally(columns.end - columns.first, rows.end - rows.first);
-  ColumnGather gather;
-  for (std::int64_t first = columns.first; first < columns.end; first += ColumnGather::kMost) {
-    gather.count =
-        static_cast<std::int32_t>(std::min<std::int64_t>(ColumnGather::kMost, columns.end - first));
-    for (std::int32_t i = 0; i < gather.count; ++i)
-      gather.columns[i] = static_cast<std::int32_t>(columnsOf(first + i).first);
-    PlanColumns(source.pixels.width, gather);
-    for (std::int64_t row = rows.first; row < rows.end; ++row)
-      GatherPixels(rowAt(row), rowAt(std::min(row + 1, rows.end - 1)), nonTemporal, gather,
-                   surface.pixels + (row * surface.width + first) * 4);
+
+  Stretch(const Source& source, const Area& target, const Area& area, int mode, Surface surface)
+      : source_(source),
+        across_(target.x, target.width, area.width),
+        down_(target.y, target.height, area.height),
+        firstColumn_(StretchAxis::FirstPixel(area.x, area.width)),
+        rowsEnd_(StretchAxis::FirstPixel(area.y, area.height) +
+                 std::abs(std::int64_t{area.height})),
+        mode_(mode),
+        surface_(surface) {}
+
+  void Draw() const {
+    const Interval rows = Clip(down_.Target(), {0, surface_.height});
+    const Interval columns = Clip(across_.Target(), {0, surface_.width});
+    if (mode_ == COLORONCOLOR && source_.bitCount == 24)
+      DrawGathered(
+          Trim(rows, [this](std::int64_t row) { return Rows(row).IsEmpty(); }),
+          Trim(columns, [this](std::int64_t column) { return Columns(column).IsEmpty(); }));
+    else
+      DrawCombined(rows, columns);
   }
-  if (nonTemporal) EndGather();
-}
+
+ private:
+  // A few columns at a time: where they come from is worked out once for all rows.
+  static constexpr std::int64_t kStrip = 256;
+  using Strip = std::span<const Interval>;
+
+  /// The bitmap columns that surface column `column` shows.
+  Interval Columns(std::int64_t column) const {
+    const Interval all = across_.Source(column);
+    return Clip(Choose({firstColumn_ + all.first, firstColumn_ + all.end}),
+                {0, source_.pixels.width});
+  }
+
+  /// The bitmap rows that surface row `row` shows. Those of a bitmap count from the bottom.
+  Interval Rows(std::int64_t row) const {
+    const Interval lines = down_.Source(row);
+    return Clip(Choose({rowsEnd_ - lines.end, rowsEnd_ - lines.first}), {0, source_.pixels.height});
+  }
+
+  /// Without combining, the last pixel in memory stands for all.
+  Interval Choose(Interval all) const {
+    return mode_ == COLORONCOLOR ? Interval{all.end - 1, all.end} : all;
+  }
+
+  /// Without what has no pixel at the ends.
+  template <class HasNone>
+  static Interval Trim(Interval interval, HasNone hasNone) {
+    while (!interval.IsEmpty() && hasNone(interval.first)) ++interval.first;
+    while (!interval.IsEmpty() && hasNone(interval.end - 1)) --interval.end;
+    return interval;
+  }
+
+  /// Draws pixels of colour one by one: each row and column shows one of the bitmap.
+  void DrawGathered(Interval rows, Interval columns) const {
+    if (rows.IsEmpty() || columns.IsEmpty()) return;
+    const bool nonTemporal = DrawsNonTemporally(columns.Length(), rows.Length());
+    ColumnGather gather;
+    for (std::int64_t first = columns.first; first < columns.end; first += ColumnGather::kMost) {
+      PlanColumns({first, std::min(columns.end, first + ColumnGather::kMost)}, gather);
+      for (std::int64_t row = rows.first; row < rows.end; ++row)
+        GatherPixels(RowAt(row), RowAt(std::min(row + 1, rows.end - 1)), nonTemporal, gather,
+                     surface_.Pixel(first, row));
+    }
+    if (nonTemporal) EndGather();
+  }
+
+  void PlanColumns(Interval columns, ColumnGather& gather) const {
+    gather.count = static_cast<std::int32_t>(columns.Length());
+    for (std::int32_t i = 0; i < gather.count; ++i)
+      gather.columns[i] = static_cast<std::int32_t>(Columns(columns.first + i).first);
+    rastelo::PlanColumns(source_.pixels.width, gather);
+  }
+
+  const std::uint8_t* RowAt(std::int64_t row) const {
+    return source_.pixels.Row(static_cast<std::int32_t>(Rows(row).first));
+  }
+
+  void DrawCombined(Interval rows, Interval columns) const {
+    Interval strip[kStrip];
+    for (std::int64_t first = columns.first; first < columns.end; first += kStrip) {
+      const std::int64_t count = std::min(kStrip, columns.end - first);
+      for (std::int64_t i = 0; i < count; ++i) strip[i] = Columns(first + i);
+      for (std::int64_t row = rows.first; row < rows.end; ++row)
+        DrawStrip(Rows(row), {strip, static_cast<std::size_t>(count)}, surface_.Pixel(first, row));
+    }
+  }
+
+  /// Draws a pixel from each of `strip` and all `rows`, where there are any.
+  void DrawStrip(Interval rows, Strip strip, unsigned char* target) const {
+    if (rows.IsEmpty()) return;
+    const std::uint8_t* levels = source_.pixels.Row(static_cast<std::int32_t>(rows.first));
+    for (const Interval& columns : strip) {
+      if (!columns.IsEmpty() && mode_ == COLORONCOLOR)
+        source_.LoadGray(levels[columns.first], target);
+      else if (!columns.IsEmpty())
+        Combine(columns, rows, target);
+      target += 4;
+    }
+  }
+
+  void Combine(Interval columns, Interval rows, unsigned char* target) const {
+    Combination all;
+    for (std::int64_t y = rows.first; y < rows.end; ++y) {
+      for (std::int64_t x = columns.first; x < columns.end; ++x) {
+        unsigned char bgr[3];
+        source_.Load(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), bgr);
+        all.Add(bgr);
+      }
+    }
+    all.Store(mode_, static_cast<std::uint64_t>(rows.Length() * columns.Length()), target);
+  }
+
+  const Source& source_;
+  StretchAxis across_, down_;
+  std::int64_t firstColumn_, rowsEnd_;
+  int mode_;
+  Surface surface_;
+};
 
 }  // namespace
 
@@ -198,33 +275,28 @@ int MemoryDeviceContext::SetDIBitsToDevice(int x, int y, DWORD width, DWORD heig
                                            const void* bits, const BITMAPINFO* info, UINT usage) {
   Source source;
   if (!OpenSource(bits, info, usage, source)) return 0;
-  const std::int64_t sourceHeight = source.pixels.height;
-  if (firstLine >= sourceHeight) return 0;
-  const Span present{firstLine,
-                     std::min<std::int64_t>(sourceHeight, std::int64_t{firstLine} + lines)};
+  if (firstLine >= static_cast<std::int64_t>(source.pixels.height)) return 0;
+  const Interval present =
+      Clip({firstLine, std::int64_t{firstLine} + lines}, {0, source.pixels.height});
   const std::int64_t w = static_cast<std::int32_t>(width), h = static_cast<std::int32_t>(height);
 
   // Target column X shows source column X - shiftX; target row Y shows source row top - Y.
   const std::int64_t shiftX = std::int64_t{x} - sourceX;
   const std::int64_t top = std::int64_t{y} + sourceY + h - 1;
-  const Span columns =
-      Intersect(Intersect({x, x + w}, {0, width_}), {shiftX, shiftX + source.pixels.width});
-  const Span rows = Intersect(Intersect({y, y + h}, {0, height_}),
-                              {top - present.end + 1, top - present.first + 1});
-  const auto lineCount = static_cast<int>(present.end - present.first);
-  if (columns.first >= columns.end) return lineCount;
-  if (rows.first >= rows.end) return lineCount;
+  const Interval columns =
+      Clip(Clip({x, x + w}, {0, width_}), {shiftX, shiftX + source.pixels.width});
+  const Interval rows =
+      Clip(Clip({y, y + h}, {0, height_}), {top - present.end + 1, top - present.first + 1});
+  const auto lineCount = static_cast<int>(present.Length());
+  if (columns.IsEmpty() || rows.IsEmpty()) return lineCount;
+  // The lowest row of the area, which is the first in `bits`, is drawn first.
+  const auto firstRow = static_cast<std::int32_t>(top - rows.end + 1 - present.first);
   const ConstImageView area = {
-      source.pixels.Row(static_cast<std::int32_t>(top - rows.end + 1 - present.first)) +
-          source.bitCount / 8 * (columns.first - shiftX),
-      static_cast<std::int32_t>(columns.end - columns.first),
-      static_cast<std::int32_t>(rows.end - rows.first), source.pixels.pitch};
-  unsigned char* to = surface_.data() + ((rows.end - 1) * width_ + columns.first) * 4;
-  const std::ptrdiff_t up = std::ptrdiff_t{-4} * width_;
-  if (source.bitCount == 24)
-    WidenPixels(area, to, up);
-  else
-    source.LoadGrays(area, to, up);
+      source.pixels.Row(firstRow) + source.bitCount / 8 * (columns.first - shiftX),
+      static_cast<std::int32_t>(columns.Length()), static_cast<std::int32_t>(rows.Length()),
+      source.pixels.pitch};
+  source.Draw(area, surface_.data() + ((rows.end - 1) * width_ + columns.first) * 4,
+              std::ptrdiff_t{-4} * width_);
   return lineCount;
 }
 
@@ -234,49 +306,10 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
                                        DWORD operation) {
   Source source;
   if (operation != SRCCOPY || !OpenSource(bits, info, usage, source)) return 0;
-  const StretchAxis across(x, width, sourceWidth);
-  const StretchAxis down(y, height, sourceHeight);
   if (sourceWidth == 0 || sourceHeight == 0) return 0;
-
-  const Span rows = Intersect(down.Target(), {0, height_});
-  const Span columns = Intersect(across.Target(), {0, width_});
-  const std::int64_t firstColumn = StretchAxis::FirstPixel(sourceX, sourceWidth);
-  const std::int64_t rowsEnd =
-      StretchAxis::FirstPixel(sourceY, sourceHeight) + std::abs(std::int64_t{sourceHeight});
-  // Without combining, the last pixel in memory stands for all.
-  const auto chosen = [this](Span all) {
-    return stretchMode_ == COLORONCOLOR ? Span{all.end - 1, all.end} : all;
-  };
-  const auto rowsOf = [&](std::int64_t row) {  // from the top; those of a bitmap from the bottom
-    const Span lines = down.Source(row);
-    return Intersect(chosen({rowsEnd - lines.end, rowsEnd - lines.first}),
-                     {0, source.pixels.height});
-  };
-  const auto columnsOf = [&](std::int64_t column) {
-    const Span all = across.Source(column);
-    return Intersect(chosen({firstColumn + all.first, firstColumn + all.end}),
-                     {0, source.pixels.width});
-  };
-  if (stretchMode_ == COLORONCOLOR && source.bitCount == 24) {
-    DrawGathered(source, rows, columns, rowsOf, columnsOf, {surface_.data(), width_});
-    return source.pixels.height;
-  }
-  // A few columns at a time: where they come from is worked out once for all rows.
-  constexpr std::int64_t kStrip = 256;
-  Span parts[kStrip];
-  for (std::int64_t first = columns.first; first < columns.end; first += kStrip) {
-    const std::int64_t count = std::min(kStrip, columns.end - first);
-    for (std::int64_t i = 0; i < count; ++i) parts[i] = columnsOf(first + i);
-    for (std::int64_t row = rows.first; row < rows.end; ++row) {
-      const Span from = rowsOf(row);
-      if (from.first >= from.end) continue;
-      unsigned char* to = surface_.data() + (row * width_ + first) * 4;
-      if (stretchMode_ == COLORONCOLOR)
-        GatherGrays(source, from.first, {parts, static_cast<std::size_t>(count)}, to);
-      else
-        CombineRow(source, from, {parts, static_cast<std::size_t>(count)}, stretchMode_, to);
-    }
-  }
+  Stretch(source, {x, y, width, height}, {sourceX, sourceY, sourceWidth, sourceHeight},
+          stretchMode_, {surface_.data(), width_, height_})
+      .Draw();
   return source.pixels.height;
 }
 

@@ -18,57 +18,59 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Each block of four pixels gets the words that hold them, then each pixel its bytes.
-struct Order {
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using Pixels = hn::Repartition<std::uint32_t, Bytes>;
+
+/// Each block of four pixels gets the three words that hold them, then each pixel its bytes.
+struct WideningPlaces {
   HWY_ALIGN std::uint32_t words[HWY_MAX_BYTES / 4] = {};
   HWY_ALIGN std::uint8_t bytes[HWY_MAX_BYTES] = {};
 
-  constexpr Order() {
+  constexpr WideningPlaces() {
     for (std::uint32_t i = 0; i < HWY_MAX_BYTES / 4; ++i) words[i] = i / 4 * 3 + i % 4;
     for (std::uint32_t i = 0; i < HWY_MAX_BYTES; ++i)
       bytes[i] = i % 4 == 3 ? 0x80 : static_cast<std::uint8_t>(i % 16 / 4 * 3 + i % 4);
   }
 };
-constexpr Order kOrder;
+constexpr WideningPlaces kWideningPlaces;
 
-using Bytes = hn::ScalableTag<std::uint8_t>;
-using Pixels = hn::Repartition<std::uint32_t, Bytes>;
+/// A vector of widened pixels. Reads as many bytes as it gives, a third more than the pixels have.
+HWY_INLINE hn::Vec<Bytes> Widen(const std::uint8_t* bgr) {
+  const Bytes d8;
+  const Pixels d32;
+  const auto words = hn::TableLookupLanes(hn::BitCast(d32, hn::LoadU(d8, bgr)),
+                                          hn::SetTableIndices(d32, kWideningPlaces.words));
+  return hn::TableLookupBytesOr0(hn::BitCast(d8, words), hn::Load(d8, kWideningPlaces.bytes));
+}
+
+void WidenEach(const std::uint8_t* bgr, std::int32_t first, std::int32_t count,
+               std::uint8_t* surface) {
+  for (std::ptrdiff_t i = first; i < count; ++i) {
+    for (std::ptrdiff_t c = 0; c < 3; ++c) surface[4 * i + c] = bgr[3 * i + c];
+    surface[4 * i + 3] = 0;
+  }
+}
 
 /// Whether there is `more` source behind the row decides how far a vector may read.
-void WidenRow(const std::uint8_t* bgr, std::int32_t count, bool more, bool streams,
+void WidenRow(const std::uint8_t* bgr, std::int32_t count, bool more, bool nonTemporal,
               std::uint8_t* surface) {
-  const Bytes d;
+  const Bytes d8;
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(Pixels()));
-  const auto widened = [&](std::int32_t i) HWY_ATTR {
-    const auto bytes = hn::LoadU(d, bgr + std::ptrdiff_t{3} * i);
-    const auto block = hn::TableLookupLanes(hn::BitCast(Pixels(), bytes),
-                                            hn::SetTableIndices(Pixels(), kOrder.words));
-    return hn::TableLookupBytesOr0(hn::BitCast(d, block), hn::Load(d, kOrder.bytes));
-  };
-  const auto at = [&](std::int32_t i) { return surface + std::ptrdiff_t{4} * i; };
-  // A vector reads a third more than its pixels.
+  const auto from = [&](std::int32_t i) { return bgr + std::ptrdiff_t{3} * i; };
+  const auto to = [&](std::int32_t i) { return surface + std::ptrdiff_t{4} * i; };
   const std::int32_t last = count - (more ? lanes : (4 * lanes + 2) / 3);
-  std::int32_t i = 0;
-  if (last >= 0) {
-    hn::StoreU(widened(0), d, surface);
-    i = static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(surface) / 4 %
-                                  hn::Lanes(Pixels()));
-    if (i == 0) i = lanes;
-    for (; i <= last; i += lanes)
-      streams ? hn::Stream(widened(i), d, at(i)) : hn::StoreU(widened(i), d, at(i));
-    if (more && i < count) {
-      hn::StoreU(widened(last), d, at(last));
-      i = count;
-    }
-  }
-  for (; i < count; ++i) {
-    const std::uint8_t* from = bgr + std::ptrdiff_t{3} * i;
-    std::uint8_t* to = at(i);
-    to[0] = from[0];
-    to[1] = from[1];
-    to[2] = from[2];
-    to[3] = 0;
-  }
+  if (last < 0) return WidenEach(bgr, 0, count, surface);
+  // From the second vector on, stores are aligned.
+  hn::StoreU(Widen(bgr), d8, surface);
+  const auto toAligned = static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(surface) / 4 %
+                                                   hn::Lanes(Pixels()));
+  std::int32_t i = toAligned == 0 ? lanes : toAligned;
+  for (; i <= last; i += lanes)
+    nonTemporal ? hn::Stream(Widen(from(i)), d8, to(i)) : hn::StoreU(Widen(from(i)), d8, to(i));
+  if (more && i < count)
+    hn::StoreU(Widen(from(last)), d8, to(last));
+  else
+    WidenEach(bgr, i, count, surface);
 }
 
 void WidenPixels(ConstImageView bgr, std::uint8_t* surface, std::ptrdiff_t pitch) {

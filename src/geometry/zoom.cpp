@@ -56,7 +56,7 @@ void GatherPixels(const std::uint8_t* row, const std::int32_t* pixels, std::int3
 
 /// One source pixel for each target column of a strip.
 template <int kSourceBytes, int kTargetBytes>
-class ColumnGather {
+class StripGather {
  public:
   std::int32_t pixels[kStripBytes];
 
@@ -242,7 +242,7 @@ class Strip {
   std::int32_t bytes_;
   const std::uint8_t* ahead_[2] = {};
   bool copies_ = true, isFixedPoint_ = true;
-  ColumnGather<kSourceBytes, kTargetBytes> pixels_, nexts_;
+  StripGather<kSourceBytes, kTargetBytes> pixels_, nexts_;
   // Of each target byte: between two pixels, and the next one's once more in fixed point.
   HWY_ALIGN float pixelWeights_[kStripBytes] = {}, nextWeights_[kStripBytes] = {};
   HWY_ALIGN std::uint8_t fixedWeights_[kStripBytes] = {}, mixed_[kStripBytes];
