@@ -12,7 +12,7 @@ import subprocess
 import sys
 import tempfile
 
-from table import read_least_times
+from table import read_least_times, table
 
 ALLOWED = 1.03  # new / old
 REPETITIONS = 8  # short ones, which another program seldom interrupts
@@ -62,11 +62,10 @@ def slower(times):
 
 
 def print_table(times):
-    print("| row | old ms | new ms | new / old |\n|---|---:|---:|---:|")
-    for key in sorted(times, key=lambda key: -ratio(times[key])):
-        old, new = (format(time / 1000, ".4g") for time in times[key])
-        print(f"| {name(key)} | {old} | {new} | {ratio(times[key]):.3f} |")
-    print(flush=True)
+    rows = [[name(key), *(format(time / 1000, ".4g") for time in times[key]),
+             format(ratio(times[key]), ".3f")]
+            for key in sorted(times, key=lambda key: -ratio(times[key]))]
+    print(table(("row", "old ms", "new ms", "new / old"), rows), flush=True)
 
 
 def list_rows(program, pattern):
