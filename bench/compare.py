@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Measures two builds of the project side by side.
 
-compare.py OLD NEW REGEX ROUNDS: runs the benchmark programs OLD and NEW by turns, ROUNDS times each,
-on the rows of ours that REGEX matches, and prints the least times and their ratio as a Markdown
-table, the worst first. Rows that seem slower are measured again, twice, with three times the rounds.
-Exit code 1 if some seem so each time.
+compare.py OLD NEW REGEX ROUNDS: runs the benchmark programs OLD and NEW alternately, ROUNDS times
+each, on the rows of ours that REGEX matches, and prints the least times and their ratio as a
+Markdown table, the worst first. Rows that seem slower are measured again, twice, with three times
+the rounds. Exit code 1 if some seem so each time.
 """
 import os
 import re

@@ -10,7 +10,7 @@ struct Planes {
   cv::Mat re, im, reBefore, imBefore, magnitudes, isCut;
 };
 
-/// The same coefficients as ours, their parts in a plane each, as OpenCV wants them.
+/// The same coefficients as ours, re and im in a plane each, as OpenCV wants them.
 Work CutHalf(const Setting& setting) {
   const auto planes = std::make_shared<Planes>();
   planes->reBefore.create(setting.side, setting.side, CV_64F);

@@ -12,12 +12,12 @@ const int kGray = Register(
         24, [](const cv::Mat& bgr, cv::Mat& gray) { cv::cvtColor(bgr, gray, cv::COLOR_BGR2GRAY); }),
     {.contents = {Content::kPhoto, Content::kNoise, Content::kNeutral}});
 
-void Turn(const cv::Mat& source, cv::Mat& target) {
+void Rotate(const cv::Mat& source, cv::Mat& target) {
   cv::rotate(source, target, cv::ROTATE_90_CLOCKWISE);
 }
-const int kTurns =
-    Register("quarter turn 8 bits", "peer", PeerWork(8, Turn), {.contents = {Content::kPhoto}}) +
-    Register("quarter turn 24 bits", "peer", PeerWork(24, Turn), {.contents = {Content::kPhoto}});
+const int kQuarterTurns =
+    Register("quarter turn 8 bits", "peer", PeerWork(8, Rotate), {.contents = {Content::kPhoto}}) +
+    Register("quarter turn 24 bits", "peer", PeerWork(24, Rotate), {.contents = {Content::kPhoto}});
 
 int RegisterZooms() {
   const std::pair<const char*, double> factors[] = {

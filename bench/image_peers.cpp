@@ -33,14 +33,14 @@ const int kRows =
     judge::Register("spread rows 8 bits", "peer",
                     judge::PeerWork(8,
                                     [](const cv::Mat& gray, cv::Mat& bgr) {
-                                      static cv::Mat turned;
-                                      cv::flip(gray, turned, 0);
-                                      cv::cvtColor(turned, bgr, cv::COLOR_GRAY2BGR);
+                                      static cv::Mat flipped;
+                                      cv::flip(gray, flipped, 0);
+                                      cv::cvtColor(flipped, bgr, cv::COLOR_GRAY2BGR);
                                     }),
                     {.contents = {judge::Content::kPhoto}}) +
-    judge::Register(
-        "spread rows 24 bits", "peer",
-        judge::PeerWork(24, [](const cv::Mat& bgr, cv::Mat& turned) { cv::flip(bgr, turned, 0); }),
-        {.contents = {judge::Content::kPhoto}});
+    judge::Register("spread rows 24 bits", "peer",
+                    judge::PeerWork(24, [](const cv::Mat& bgr,
+                                           cv::Mat& flipped) { cv::flip(bgr, flipped, 0); }),
+                    {.contents = {judge::Content::kPhoto}});
 
 }  // namespace
