@@ -60,6 +60,9 @@ TEST(PixelFilters, ReadWhatTheyHaveWritten) {
       {{4294967296.0, 0, 0, 0, 0, 0, 0, 0, 0.5}, 14, 7},  // the low 32 bits
       {{2147483648.0, 0, 0, 0, 0, 0, 0, 0, 0}, 1, 255},   // -2^31
       {{NAN, 7, INFINITY, 7, -1e30, 0, 0, 0, 1}, 5, 5},
+      {{8000, 0.9999, 0, 0, 0, 0, 0, 0, -8000}, 255, 254},  // too fine for single precision
+      // 1 - 2^-52 is all but 1: added to 120, it rounds to 121.
+      {{40, 0x1.5555555555554p-2, 0, 0, 0, 0, 0, 0, 0}, 3, 121},
   };
   for (auto [entries, level, centre] : cases) {
     const std::vector row(3, level);
