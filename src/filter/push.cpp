@@ -11,22 +11,25 @@
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
-void PushLevels(ImageView gray, int threshold, bool clearLow, bool raiseHigh) {
-  // In bytes, of which a vector holds the most. Where no level is low, level 0 is raised as well.
-  const bool isLow = threshold > 0;
-  const auto lastLow = static_cast<std::uint8_t>(std::clamp(threshold, 1, 256) - 1);
-  const std::uint8_t raised = raiseHigh ? 255 : 0, kept = isLow && clearLow ? 0 : 255,
-                     raisedLow = isLow ? 0 : raised;
+/// A plain loop, vectorised by the compiler for each instruction set.
+template <bool kClearLow, bool kRaiseHigh>
+void Push(ImageView gray, std::uint8_t threshold) {
   for (std::int32_t y = 0; y < gray.height; ++y) {
     std::uint8_t* row = gray.Row(y);
     for (std::int32_t x = 0; x < gray.width; ++x) {
-      const std::uint8_t level = row[x];
-      // Without a branch, which the last levels of rows of noise would mislead.
-      const auto low = static_cast<std::uint8_t>(-static_cast<int>(level <= lastLow));
-      row[x] = static_cast<std::uint8_t>((((level & kept) | raisedLow) & low) |
-                                         ((level | raised) & ~low));
+      const std::uint8_t low = kClearLow ? 0 : row[x], high = kRaiseHigh ? 255 : row[x];
+      row[x] = row[x] < threshold ? low : high;
     }
   }
+}
+
+void PushLevels(ImageView gray, std::uint8_t threshold, bool clearLow, bool raiseHigh) {
+  if (clearLow && raiseHigh)
+    Push<true, true>(gray, threshold);
+  else if (clearLow)
+    Push<true, false>(gray, threshold);
+  else if (raiseHigh)
+    Push<false, true>(gray, threshold);
 }
 
 }  // namespace rastelo::HWY_NAMESPACE
@@ -39,7 +42,13 @@ namespace rastelo {
 HWY_EXPORT(PushLevels);
 
 void PushLevels(ImageView gray, int threshold, bool clearLow, bool raiseHigh) {
-  HWY_DYNAMIC_DISPATCH(PushLevels)(gray, threshold, clearLow, raiseHigh);
+  if (threshold <= UINT8_MAX) {
+    const auto level = static_cast<std::uint8_t>(std::max(threshold, 0));
+    HWY_DYNAMIC_DISPATCH(PushLevels)(gray, level, clearLow, raiseHigh);
+  } else if (clearLow) {
+    for (std::int32_t y = 0; y < gray.height; ++y)
+      std::fill_n(gray.Row(y), gray.width, std::uint8_t{0});
+  }
 }
 
 }  // namespace rastelo
