@@ -19,16 +19,16 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Bytes = hn::ScalableTag<std::uint8_t>;
-using Words = hn::Repartition<std::uint16_t, Bytes>;
-using Pairs = hn::Repartition<std::uint32_t, Bytes>;
+using D8 = hn::ScalableTag<std::uint8_t>;
+using D16 = hn::Repartition<std::uint16_t, D8>;
+using D32 = hn::Repartition<std::uint32_t, D8>;
 
-constexpr std::size_t kStrip = 512;  // columns whose sums stay in the near cache
+constexpr std::size_t kStrip = 512;  // columns whose sums stay in L1
 
-std::size_t Lanes() { return hn::Lanes(Bytes()); }
+std::size_t Lanes() { return hn::Lanes(D8()); }
 
-auto IsAtMost(hn::Vec<Bytes> levels, std::uint8_t limit) {
-  return hn::Eq(hn::Min(levels, hn::Set(Bytes(), limit)), levels);
+auto IsAtMost(hn::Vec<D8> levels, std::uint8_t limit) {
+  return hn::Eq(hn::Min(levels, hn::Set(D8(), limit)), levels);
 }
 
 /// A number for each column of a strip, every kStep-th column side by side.
@@ -38,129 +38,160 @@ struct ColumnNumbers {
   T& At(std::size_t column) { return of[column % kStep][column / kStep]; }
 };
 
-struct StripSums : ColumnNumbers<std::uint32_t, 4> {
-  void AddPairs(std::size_t column, std::size_t first, hn::Vec<Pairs> sums) {
-    std::uint32_t* at = &of[first][column / 4];
-    hn::Store(hn::Add(hn::Load(Pairs(), at), sums), Pairs(), at);
+struct ColumnSums : ColumnNumbers<std::uint32_t, 4> {
+  /// Adds the sums of every fourth column from column, column + 1, ... on.
+  void Add(std::size_t column, const hn::Vec<D32> (&sums)[4]) {
+    const D32 d32;
+    for (std::size_t i = 0; i < 4; ++i) {
+      std::uint32_t* at = &of[i][column / 4];
+      hn::Store(hn::Add(hn::Load(d32, at), sums[i]), d32, at);
+    }
   }
-  void AddWords(std::size_t column, std::size_t first, hn::Vec<Words> sums) {
-    AddPairs(column, first, Even(sums));
-    AddPairs(column, first + 2, Odd(sums));
+  /// Adds the sums of every second column from column and column + 1 on.
+  void Add(std::size_t column, hn::Vec<D16> even, hn::Vec<D16> odd) {
+    Add(column, {Even(even), Even(odd), Odd(even), Odd(odd)});
   }
 };
 
-/// Adds a few rows, so few that words hold their sums of levels, to the sums of `count` columns.
-void SumRows(ConstImageView rows, std::int32_t x, std::size_t count, std::uint8_t brightest,
-             StripSums& counts, StripSums& levels, StripSums& squares) {
-  const Bytes d;
-  std::size_t i = 0;
-  for (; i + Lanes() <= count; i += Lanes()) {
-    auto parts = hn::Zero(d);
-    auto evens = hn::Zero(Words()), odds = evens;
-    auto squares0 = hn::Zero(Pairs()), squares1 = squares0, squares2 = squares0,
-         squares3 = squares0;
-    for (std::int32_t y = 0; y < rows.height; ++y) {
-      const auto all = hn::LoadU(d, rows.Row(y) + x + i);
-      const auto part = hn::VecFromMask(d, IsAtMost(all, brightest));
-      const auto level = hn::And(part, all);
-      const auto even = Even(level), odd = Odd(level);
-      const auto evenSquare = hn::Mul(even, even), oddSquare = hn::Mul(odd, odd);
-      parts = hn::Sub(parts, part);
-      evens = hn::Add(evens, even);
-      odds = hn::Add(odds, odd);
-      squares0 = hn::Add(squares0, Even(evenSquare));
-      squares1 = hn::Add(squares1, Even(oddSquare));
-      squares2 = hn::Add(squares2, Odd(evenSquare));
-      squares3 = hn::Add(squares3, Odd(oddSquare));
+struct StripSums {
+  ColumnSums counts, levels, squares;
+};
+
+/// Adds rows, so few that 16 bits hold their sums of levels, to the sums of a vector of columns.
+void SumVector(ConstImageView rows, std::size_t column, std::uint8_t brightest, StripSums& sums) {
+  const D8 d8;
+  auto counts = hn::Zero(d8);
+  hn::Vec<D16> levels[2] = {hn::Zero(D16()), hn::Zero(D16())};
+  hn::Vec<D32> squares[4] = {hn::Zero(D32()), hn::Zero(D32()), hn::Zero(D32()), hn::Zero(D32())};
+  for (std::int32_t y = 0; y < rows.height; ++y) {
+    const auto all = hn::LoadU(d8, rows.Row(y) + column);
+    const auto isCounted = hn::VecFromMask(d8, IsAtMost(all, brightest));
+    const auto counted = hn::And(isCounted, all);
+    const hn::Vec<D16> level[2] = {Even(counted), Odd(counted)};
+    counts = hn::Sub(counts, isCounted);
+    for (std::size_t i = 0; i < 2; ++i) {
+      const auto square = hn::Mul(level[i], level[i]);
+      levels[i] = hn::Add(levels[i], level[i]);
+      squares[i] = hn::Add(squares[i], Even(square));
+      squares[i + 2] = hn::Add(squares[i + 2], Odd(square));
     }
-    counts.AddWords(i, 0, Even(parts));
-    counts.AddWords(i, 1, Odd(parts));
-    levels.AddWords(i, 0, evens);
-    levels.AddWords(i, 1, odds);
-    squares.AddPairs(i, 0, squares0);
-    squares.AddPairs(i, 1, squares1);
-    squares.AddPairs(i, 2, squares2);
-    squares.AddPairs(i, 3, squares3);
   }
-  for (; i < count; ++i) {
-    for (std::int32_t y = 0; y < rows.height; ++y) {
-      const std::uint32_t level = rows.Row(y)[static_cast<std::size_t>(x) + i];
-      if (level > brightest) continue;
-      counts.At(i) += 1;
-      levels.At(i) += level;
-      squares.At(i) += level * level;
-    }
+  sums.counts.Add(column, Even(counts), Odd(counts));
+  sums.levels.Add(column, levels[0], levels[1]);
+  sums.squares.Add(column, squares);
+}
+
+void SumColumn(ConstImageView rows, std::size_t column, std::uint8_t brightest, StripSums& sums) {
+  for (std::int32_t y = 0; y < rows.height; ++y) {
+    const std::uint32_t level = rows.Row(y)[column];
+    if (level > brightest) continue;
+    sums.counts.At(column) += 1;
+    sums.levels.At(column) += level;
+    sums.squares.At(column) += level * level;
   }
 }
 
-/// Adds up a strip of columns, in 32 bits as long as the squares of 2^16 rows fit.
-void SumStrip(ConstImageView gray, std::int32_t x, int limit, std::span<ColumnLight> columns) {
+void SumRows(ConstImageView rows, std::uint8_t brightest, StripSums& sums) {
+  const auto width = static_cast<std::size_t>(rows.width);
+  std::size_t column = 0;
+  for (; column + Lanes() <= width; column += Lanes()) SumVector(rows, column, brightest, sums);
+  for (; column < width; ++column) SumColumn(rows, column, brightest, sums);
+}
+
+/// Adds up the columns of a strip, in 32 bits as long as the squares of 2^16 rows fit.
+void SumStrip(ConstImageView strip, std::uint8_t brightest, std::span<ColumnLight> columns) {
   constexpr std::int32_t kRows = 65536, kRowsAtOnce = 32;
-  const auto brightest = static_cast<std::uint8_t>(std::min(limit, 255));
-  for (std::int32_t bottom = 0; bottom < gray.height;
-       bottom += std::min(kRows, gray.height - bottom)) {
-    const std::int32_t end = bottom + std::min(kRows, gray.height - bottom);
-    StripSums counts, levels, squares;
+  for (std::int32_t bottom = 0; bottom < strip.height; bottom += kRows) {
+    const std::int32_t end = std::min(bottom + kRows, strip.height);
+    StripSums sums;
     for (std::int32_t y = bottom; y < end; y += kRowsAtOnce)
-      SumRows({gray.Row(y), gray.width, std::min(kRowsAtOnce, end - y), gray.pitch}, x,
-              columns.size(), brightest, counts, levels, squares);
+      SumRows({strip.Row(y), strip.width, std::min(kRowsAtOnce, end - y), strip.pitch}, brightest,
+              sums);
     for (std::size_t i = 0; i < columns.size(); ++i) {
-      columns[i].count += counts.At(i);
-      columns[i].sum += levels.At(i);
-      columns[i].squares += squares.At(i);
+      columns[i].count += sums.counts.At(i);
+      columns[i].sum += sums.levels.At(i);
+      columns[i].squares += sums.squares.At(i);
     }
   }
 }
 
-/// Lifts a strip of columns. From 255 on a gain makes no difference, and so 16 bits hold all.
-bool LiftStrip(ImageView gray, std::int32_t x, std::uint8_t brightest,
-               std::span<const ColumnLight> columns) {
-  const Bytes d;
-  const Words words;
+/// Lifts the pixels of a strip. From 255 on a gain makes no difference, and so 16 bits hold all.
+struct StripLift {
+  StripLift(std::span<const ColumnLight> columns, std::uint8_t brightestLifted)
+      : brightest(brightestLifted) {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      gains.At(i) = static_cast<std::uint16_t>(std::min<std::int64_t>(columns[i].gain, 255));
+      offsets.At(i) = static_cast<std::uint16_t>(columns[i].offset);
+    }
+  }
+
+  /// Levels of every second column from `column` on.
+  hn::Vec<D16> LiftSecond(hn::Vec<D16> levels, std::size_t column) const {
+    const D16 d16;
+    const auto gain = hn::Load(d16, &gains.of[column % 2][column / 2]);
+    const auto offset = hn::Load(d16, &offsets.of[column % 2][column / 2]);
+    return hn::Min(hn::Add(hn::Mul(levels, gain), offset), hn::Set(d16, 255));
+  }
+  hn::Vec<D8> LiftVector(hn::Vec<D8> levels, std::size_t column) const {
+    const auto lifted = hn::Or(LiftSecond(Even(levels), column),
+                               hn::ShiftLeft<8>(LiftSecond(Odd(levels), column + 1)));
+    return hn::IfThenElse(IsAtMost(levels, brightest), hn::BitCast(D8(), lifted), levels);
+  }
+  std::uint8_t LiftPixel(std::uint8_t level, std::size_t column) {
+    if (level > brightest) return level;
+    return static_cast<std::uint8_t>(std::min(level * gains.At(column) + offsets.At(column), 255));
+  }
+
+  std::uint8_t brightest;
   ColumnNumbers<std::uint16_t, 2> gains, offsets;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    gains.At(i) = static_cast<std::uint16_t>(std::min<std::int64_t>(columns[i].gain, 255));
-    offsets.At(i) = static_cast<std::uint16_t>(columns[i].offset);
+};
+
+/// @return the bits that have changed in some byte.
+hn::Vec<D8> LiftRow(std::uint8_t* row, std::size_t width, StripLift& lift) {
+  const D8 d8;
+  auto changes = hn::Zero(d8);
+  std::size_t column = 0;
+  for (; column + Lanes() <= width; column += Lanes()) {
+    const auto before = hn::LoadU(d8, row + column), after = lift.LiftVector(before, column);
+    changes = hn::Or(changes, hn::Xor(before, after));
+    hn::StoreU(after, d8, row + column);
   }
-  const auto lift = [&](auto level, std::size_t column) {
-    const auto gain = hn::Load(words, &gains.of[column % 2][column / 2]);
-    const auto offset = hn::Load(words, &offsets.of[column % 2][column / 2]);
-    return hn::Min(hn::Add(hn::Mul(level, gain), offset), hn::Set(words, 255));
-  };
-  auto changes = hn::Zero(d);
-  std::uint8_t change = 0;
-  for (std::int32_t y = 0; y < gray.height; ++y) {
-    std::uint8_t* row = gray.Row(y) + x;
-    std::size_t i = 0;
-    for (; i + Lanes() <= columns.size(); i += Lanes()) {
-      const auto before = hn::LoadU(d, row + i);
-      const auto lifted = hn::Or(lift(Even(before), i), hn::ShiftLeft<8>(lift(Odd(before), i + 1)));
-      const auto after =
-          hn::IfThenElse(IsAtMost(before, brightest), hn::BitCast(d, lifted), before);
-      changes = hn::Or(changes, hn::Xor(before, after));
-      hn::StoreU(after, d, row + i);
-    }
-    for (; i < columns.size(); ++i) {
-      const int before = row[i], lifted = std::min(before * gains.At(i) + offsets.At(i), 255);
-      const int after = before > brightest ? before : lifted;
-      change |= static_cast<std::uint8_t>(before ^ after);
-      row[i] = static_cast<std::uint8_t>(after);
-    }
+  for (; column < width; ++column) {
+    const std::uint8_t before = row[column], after = lift.LiftPixel(before, column);
+    changes = hn::Or(changes, hn::Set(d8, before ^ after));
+    row[column] = after;
   }
-  return change != 0 || !hn::AllTrue(d, hn::Eq(changes, hn::Zero(d)));
+  return changes;
 }
 
-void SumColumns(ConstImageView gray, int limit, std::span<ColumnLight> columns) {
-  for (std::size_t x = 0; x < columns.size(); x += kStrip)
-    SumStrip(gray, static_cast<std::int32_t>(x), limit,
-             columns.subspan(x, std::min(kStrip, columns.size() - x)));
+bool LiftStrip(ImageView strip, std::uint8_t brightest, std::span<const ColumnLight> columns) {
+  const D8 d8;
+  StripLift lift(columns, brightest);
+  auto changes = hn::Zero(d8);
+  for (std::int32_t y = 0; y < strip.height; ++y)
+    changes = hn::Or(changes, LiftRow(strip.Row(y), columns.size(), lift));
+  return !hn::AllTrue(d8, hn::Eq(changes, hn::Zero(d8)));
+}
+
+/// Calls `work` for each strip of the image and its columns.
+template <class Byte, class Column, class Function>
+void ForStrips(View<Byte> gray, std::span<Column> columns, const Function& work) {
+  for (std::size_t x = 0; x < columns.size(); x += kStrip) {
+    const auto strip = columns.subspan(x, std::min(kStrip, columns.size() - x));
+    work(
+        View<Byte>{gray.bits + x, static_cast<std::int32_t>(strip.size()), gray.height, gray.pitch},
+        strip);
+  }
+}
+
+void SumColumns(ConstImageView gray, std::uint8_t brightest, std::span<ColumnLight> columns) {
+  ForStrips(gray, columns, [=](auto strip, auto of) { SumStrip(strip, brightest, of); });
 }
 
 bool ApplyLift(ImageView gray, std::uint8_t brightest, std::span<const ColumnLight> columns) {
   bool changed = false;
-  for (std::size_t x = 0; x < columns.size(); x += kStrip)
-    changed |= LiftStrip(gray, static_cast<std::int32_t>(x), brightest,
-                         columns.subspan(x, std::min(kStrip, columns.size() - x)));
+  ForStrips(gray, columns,
+            [&](auto strip, auto of) { changed |= LiftStrip(strip, brightest, of); });
   return changed;
 }
 
@@ -172,7 +203,7 @@ HWY_AFTER_NAMESPACE();
 namespace rastelo {
 namespace {
 
-constexpr std::uint8_t kBrightestChanged = 240;
+constexpr std::uint8_t kBrightestLifted = 240;
 
 /// The entry in the middle of the sorted means; of an even number, the upper one.
 int FindMedian(std::span<const ColumnLight> columns) {
@@ -221,7 +252,8 @@ HWY_EXPORT(ApplyLift);
 
 void MeasureColumns(ConstImageView gray, int limit, std::span<ColumnLight> columns) {
   std::fill(columns.begin(), columns.end(), ColumnLight{});
-  if (limit >= 0) HWY_DYNAMIC_DISPATCH(SumColumns)(gray, limit, columns);
+  const auto brightest = static_cast<std::uint8_t>(std::clamp(limit, 0, 255));
+  if (limit >= 0) HWY_DYNAMIC_DISPATCH(SumColumns)(gray, brightest, columns);
   for (ColumnLight& column : columns) {
     if (column.count == 0) continue;
     const std::int64_t mean = column.sum / column.count;
@@ -238,7 +270,7 @@ bool LiftColumns(ImageView gray, std::span<ColumnLight> columns) {
   const std::optional<Reference> reference = FindReference(columns);
   if (!reference) return false;
   for (ColumnLight& column : columns) ChooseLift(column, *reference);
-  return HWY_DYNAMIC_DISPATCH(ApplyLift)(gray, kBrightestChanged, columns);
+  return HWY_DYNAMIC_DISPATCH(ApplyLift)(gray, kBrightestLifted, columns);
 }
 
 }  // namespace rastelo
