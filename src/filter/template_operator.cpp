@@ -19,26 +19,26 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Terms in floating point, of which a sum loses its fraction each time.
-template <class Number>
+/// Sums in single or double precision, truncated after each term.
+template <class Float>
 struct FloatTerms {
-  using Cell = Number;
+  using Cell = Float;
 
   template <class D>
-  static auto FromBytes(D d, const std::uint8_t* bytes) {
+  static auto FromBytes(D df, const std::uint8_t* bytes) {
     const hn::Rebind<std::uint8_t, D> d8;
     const hn::Rebind<std::int32_t, D> d32;
     const auto levels = hn::PromoteTo(d32, hn::LoadU(d8, bytes));
-    if constexpr (sizeof(Number) == 8)
-      return hn::PromoteTo(d, levels);
+    if constexpr (sizeof(Float) == 8)
+      return hn::PromoteTo(df, levels);
     else
-      return hn::ConvertTo(d, levels);
+      return hn::ConvertTo(df, levels);
   }
   template <class D>
   static void ToBytes(D, hn::Vec<D> cells, std::uint8_t* bytes) {
     const hn::Rebind<std::uint8_t, D> d8;
     const hn::Rebind<std::int32_t, D> d32;
-    if constexpr (sizeof(Number) == 8)
+    if constexpr (sizeof(Float) == 8)
       hn::StoreU(hn::DemoteTo(d8, hn::DemoteTo(d32, cells)), d8, bytes);
     else
       hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(d32, cells)), d8, bytes);
@@ -53,14 +53,17 @@ struct FloatTerms {
   }
 };
 
-/// Terms of 16 bits, the upper half of a product. Cells hold levels shifted to the left.
-template <int kShift>
-struct ShortTerms {
+/// Sums of the upper halves of 32-bit products. Cells hold levels shifted to the left by what the
+/// factors lack to 16 bits behind the point.
+template <int kFractionBits>
+struct FixedPointTerms {
   using Cell = std::int16_t;
+  static constexpr int kShift = 16 - kFractionBits;
 
   template <class D>
-  static auto FromBytes(D d, const std::uint8_t* bytes) {
-    return FromLevel(hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::uint8_t, D>(), bytes)));
+  static auto FromBytes(D d16, const std::uint8_t* bytes) {
+    const hn::Rebind<std::uint8_t, D> d8;
+    return FromLevel(hn::PromoteTo(d16, hn::LoadU(d8, bytes)));
   }
   template <class D>
   static void ToBytes(D, hn::Vec<D> cells, std::uint8_t* bytes) {
@@ -68,8 +71,8 @@ struct ShortTerms {
     hn::StoreU(hn::DemoteTo(d8, hn::ShiftRight<kShift>(cells)), d8, bytes);
   }
   template <class V>
-  static V Add(V sum, V level, V entry) {
-    return hn::Add(sum, hn::MulHigh(level, entry));
+  static V Add(V sum, V level, V factor) {
+    return hn::Add(sum, hn::MulHigh(level, factor));
   }
   template <class V>
   static V FromLevel(V level) {
@@ -77,8 +80,8 @@ struct ShortTerms {
   }
 };
 
-/// Sums the terms up in the order of the entries, for some vectors at a time: one goes on while the
-/// others wait.
+/// The sums of pixels, in the order of the entries. Several vectors at a time keep the processor
+/// busy, as each addition waits for the one before it.
 template <std::int32_t kSize, class Terms>
 struct Template : Terms {
   using Cell = typename Terms::Cell;
@@ -111,12 +114,12 @@ struct Template : Terms {
 
 template <std::int32_t kSize>
 void ApplyPlanned(ImageView gray, const double* entries, const TemplatePlan& plan) {
-  switch (plan.numbers) {
-    case TemplateNumbers::kShort:
-      return Wavefront(gray, Template<kSize, ShortTerms<0>>(plan.factors)).Run();
-    case TemplateNumbers::kWhole:
-      return Wavefront(gray, Template<kSize, ShortTerms<7>>(plan.factors)).Run();
-    case TemplateNumbers::kSingle:
+  switch (plan.arithmetic) {
+    case TemplateArithmetic::kFixed16:
+      return Wavefront(gray, Template<kSize, FixedPointTerms<16>>(plan.factors)).Run();
+    case TemplateArithmetic::kFixed9:
+      return Wavefront(gray, Template<kSize, FixedPointTerms<9>>(plan.factors)).Run();
+    case TemplateArithmetic::kSingle:
       return Wavefront(gray, Template<kSize, FloatTerms<float>>(entries)).Run();
     default:
       return Wavefront(gray, Template<kSize, FloatTerms<double>>(entries)).Run();
@@ -140,7 +143,8 @@ HWY_AFTER_NAMESPACE();
 namespace rastelo {
 namespace {
 
-void ApplyTermByTerm(ImageView gray, const double* entries, std::int32_t size) {
+/// Any template, term by term.
+void ApplyWrapping(ImageView gray, const double* entries, std::int32_t size) {
   const std::int32_t half = size / 2, first = std::max(1, half);
   for (std::int32_t y = first; y < gray.height - half; ++y) {
     for (std::int32_t x = first; x < gray.width - half; ++x) {
@@ -160,9 +164,9 @@ void ApplyTermByTerm(ImageView gray, const double* entries, std::int32_t size) {
 HWY_EXPORT(ApplyPlan);
 
 void ApplyTemplate(ImageView gray, const double* entries, std::int32_t size) {
-  TemplatePlan plan{TemplateNumbers::kAny, {}};
+  TemplatePlan plan{};
   if (size >= 3 && size <= kLargestPlannedSize) plan = PlanTemplate(entries, size * size);
-  if (plan.numbers == TemplateNumbers::kAny) return ApplyTermByTerm(gray, entries, size);
+  if (plan.arithmetic == TemplateArithmetic::kWrapping) return ApplyWrapping(gray, entries, size);
   HWY_DYNAMIC_DISPATCH(ApplyPlan)(gray, entries, size, plan);
 }
 

@@ -7,22 +7,21 @@ namespace rastelo {
 
 constexpr std::int32_t kLargestPlannedSize = 7;
 
-/// In which numbers the sums of a template come out as in double precision.
-enum class TemplateNumbers {
-  kAny,     // its sums may leave 32 bits: only term by term
-  kDouble,  // in double precision without a bound
-  kSingle,  // in single precision
-  kShort,   // in 16 bits: the whole part of a product is the upper half of level * factor
-  kWhole,   // in 16 bits: of (level * 128) * factor
+/// The arithmetic that gives a template's sums to the last bit.
+enum class TemplateArithmetic {
+  kWrapping,  // double precision, the sum reduced to its low 32 bits at every term
+  kDouble,    // double precision; no sum leaves 32 bits
+  kSingle,    // single precision
+  kFixed16,   // 16-bit multiply-high by factors in fixed point, of 16 bits behind the point
+  kFixed9,    // of 9 bits behind the point
 };
 
-/// What is known of a template after a look at its entries.
 struct TemplatePlan {
-  TemplateNumbers numbers;
-  std::int16_t factors[kLargestPlannedSize * kLargestPlannedSize];  // of 16 bits
+  TemplateArithmetic arithmetic;
+  std::int16_t factors[kLargestPlannedSize * kLargestPlannedSize];  // in fixed point
 };
 
-/// Finds the narrowest numbers, proven with all 256 levels for each entry.
+/// Finds the fastest exact arithmetic, proven with all 256 levels for each entry.
 /// @param count  of the entries, at most those of the largest planned size.
 TemplatePlan PlanTemplate(const double* entries, std::int32_t count);
 
