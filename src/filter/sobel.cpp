@@ -15,11 +15,12 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 struct Sobel {
   using Cell = std::int16_t;
-  static constexpr std::ptrdiff_t kHalf = 1, kVectors = 2, kRows = 128;
+  static constexpr std::ptrdiff_t kHalo = 1, kVectors = 2, kRows = 128;
 
   template <class D>
-  static auto FromBytes(D d, const std::uint8_t* bytes) {
-    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::uint8_t, D>(), bytes));
+  static auto FromBytes(D d16, const std::uint8_t* bytes) {
+    const hn::Rebind<std::uint8_t, D> d8;
+    return hn::PromoteTo(d16, hn::LoadU(d8, bytes));
   }
   template <class D>
   static void ToBytes(D, hn::Vec<D> cells, std::uint8_t* bytes) {
@@ -27,36 +28,36 @@ struct Sobel {
     hn::StoreU(hn::DemoteTo(d8, cells), d8, bytes);
   }
 
-  /// The whole parts of square roots. They are those of n + 0.5 too, which lie 1 / 1026 or more
-  /// from whole numbers, where single precision ends at 2^-16. A number n stands in the low bits of
-  /// the float 2^23 + n, and so does the root when adding has rounded it to a whole number.
+  /// The square roots of 16-bit numbers, truncated. That of n + 0.5 has the same whole part and
+  /// lies at least 1 / 1026 from whole numbers, 64 times the error of single precision. The low
+  /// bits of the float 2^23 + n are those of n, and so are those of a root once adding 2^23 has
+  /// rounded it.
   template <class V>
   static V Roots(V squares) {
-    const hn::DFromV<V> d;
-    const hn::RepartitionToWide<decltype(d)> d32;
+    const hn::DFromV<V> d16;
+    const hn::RepartitionToWide<decltype(d16)> d32;
     const hn::RebindToFloat<decltype(d32)> df;
     const auto root = [&](auto number) {
       const auto offset = hn::Set(df, 0x1p23F - 0.5F);
       return hn::Add(hn::Sqrt(hn::Sub(hn::BitCast(df, number), offset)), offset);
     };
-    const auto even = root(hn::OddEven(hn::Set(d, 0x4B00), squares));
+    const auto even = root(hn::OddEven(hn::Set(d16, 0x4B00), squares));
     const auto odd =
         root(hn::Or(hn::ShiftRight<16>(hn::BitCast(d32, squares)), hn::Set(d32, 0x4B000000)));
-    return hn::OddEven(hn::BitCast(d, hn::ShiftLeft<16>(hn::BitCast(d32, odd))),
-                       hn::BitCast(d, even));
+    return hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(hn::BitCast(d32, odd))),
+                       hn::BitCast(d16, even));
   }
 
   template <class D>
-  void operator()(D d, const Cell* cells, hn::Vec<D>* changed) const {
+  void operator()(D d16, const Cell* cells, hn::Vec<D>* lengths) const {
     for (std::ptrdiff_t v = 0; v < kVectors; ++v)
-      changed[v] = Gradient(d, cells + v * static_cast<std::ptrdiff_t>(hn::Lanes(d)));
+      lengths[v] = GradientLengths(d16, cells + v * static_cast<std::ptrdiff_t>(hn::Lanes(d16)));
   }
 
   template <class D>
-  static hn::Vec<D> Gradient(D d, const Cell* cell) {
-    const hn::RebindToUnsigned<D> du;
+  static hn::Vec<D> GradientLengths(D d16, const Cell* cells) {
     const auto at = [&](int up, int right) {
-      return hn::LoadU(d, cell + Wavefront<Sobel>::Neighbour(up, right));
+      return hn::LoadU(d16, cells + WavefrontWindow<Sobel>::Neighbour(up, right));
     };
     const auto fall = hn::Sub(at(1, -1), at(-1, 1)), rise = hn::Sub(at(1, 1), at(-1, -1));
     const auto up = hn::Sub(at(1, 0), at(-1, 0));
@@ -64,13 +65,16 @@ struct Sobel {
     const auto gx = hn::Sub(hn::Add(hn::Sub(rise, fall), hn::ShiftLeft<1>(at(0, 1))),
                             hn::ShiftLeft<1>(at(0, -1)));
     const auto gy = hn::Add(hn::Add(rise, fall), hn::Add(up, up));
-    // A part of 255 or more alone makes the length so. The sum of the squares of such ends at
-    // 16 bits, whose root is 255 as well.
-    const auto square = [&](auto part) {
-      const auto length = hn::Min(hn::Abs(part), hn::Set(d, 255));
-      return hn::BitCast(du, hn::Mul(length, length));
-    };
-    return hn::BitCast(d, Roots(hn::SaturatedAdd(square(gx), square(gy))));
+    return hn::BitCast(d16, Roots(hn::SaturatedAdd(SquareTo255(gx), SquareTo255(gy))));
+  }
+
+  /// The square of a component, or that of 255, which makes the length 255 or more by itself. A sum
+  /// saturated at 2^16 - 1 has a root of 255 as well.
+  template <class V>
+  static auto SquareTo255(V component) {
+    const hn::DFromV<V> d16;
+    const auto length = hn::Min(hn::Abs(component), hn::Set(d16, 255));
+    return hn::BitCast(hn::RebindToUnsigned<decltype(d16)>(), hn::Mul(length, length));
   }
 };
 

@@ -85,7 +85,7 @@ struct FixedPointTerms {
 template <std::int32_t kSize, class Terms>
 struct Template : Terms {
   using Cell = typename Terms::Cell;
-  static constexpr std::ptrdiff_t kHalf = kSize / 2, kRows = 64, kVectors = sizeof(Cell);
+  static constexpr std::ptrdiff_t kHalo = kSize / 2, kRows = 64, kVectors = sizeof(Cell);
 
   template <class Entry>
   explicit Template(const Entry* from) {
@@ -97,9 +97,9 @@ struct Template : Terms {
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
     for (std::ptrdiff_t v = 0; v < kVectors; ++v) sums[v] = hn::Zero(d);
     const Cell* entry = entries;
-    for (std::ptrdiff_t up = -kHalf; up <= kHalf; ++up) {
-      for (std::ptrdiff_t right = -kHalf; right <= kHalf; ++right) {
-        const Cell* levels = cells + Wavefront<Template>::Neighbour(up, right);
+    for (std::ptrdiff_t up = -kHalo; up <= kHalo; ++up) {
+      for (std::ptrdiff_t right = -kHalo; right <= kHalo; ++right) {
+        const Cell* levels = cells + WavefrontWindow<Template>::Neighbour(up, right);
         const auto factor = hn::Set(d, *entry++);
         for (std::ptrdiff_t v = 0; v < kVectors; ++v)
           sums[v] = Terms::Add(sums[v], hn::LoadU(d, levels + v * lanes), factor);
