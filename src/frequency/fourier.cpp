@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "frequency/half_shift.h"
+#include "frequency/fft_shift.h"
 #include "numeric/truncate.h"
 
 namespace rastelo {
@@ -22,10 +22,9 @@ void ZeroRest(Complex* runs, std::ptrdiff_t count, std::ptrdiff_t begin, std::pt
 /// Zeros the cells of a map of odd sides to which the last, untransformed row and column come.
 void ZeroLastPlaces(std::uint8_t* cells, std::ptrdiff_t width, std::ptrdiff_t height) {
   if (width % 2 != 0 && width > 1)
-    std::fill_n(cells + height * HalfShift(width - 1, width), height, std::uint8_t{0});
+    std::fill_n(cells + height * FftShift(width - 1, width), height, std::uint8_t{0});
   if (height % 2 != 0 && height > 1)
-    for (std::ptrdiff_t u = 0; u < width; ++u)
-      cells[height * u + HalfShift(height - 1, height)] = 0;
+    for (std::ptrdiff_t u = 0; u < width; ++u) cells[height * u + FftShift(height - 1, height)] = 0;
 }
 
 }  // namespace
@@ -71,9 +70,9 @@ void DrawReconstruction(const Complex* elements, std::int32_t width, std::int32_
   const std::ptrdiff_t count = std::ptrdiff_t{width} * height;
   std::fill_n(cells, count, std::uint8_t{0});
   for (std::ptrdiff_t y = 0; y < height; ++y) {
-    std::uint8_t* row = cells + width * HalfShift(y, height);
+    std::uint8_t* row = cells + width * FftShift(y, height);
     for (std::ptrdiff_t x = 0; x < width; ++x)
-      row[HalfShift(x, width)] = LowByte(elements[width * y + x].re / static_cast<double>(count));
+      row[FftShift(x, width)] = LowByte(elements[width * y + x].re / static_cast<double>(count));
   }
 }
 

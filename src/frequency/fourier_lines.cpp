@@ -6,7 +6,7 @@
 #include <bit>
 #include <type_traits>
 
-#include "frequency/half_shift.h"
+#include "frequency/fft_shift.h"
 #include "numeric/rounded_functions.h"
 #include "pixels/allocate_array.h"
 
@@ -395,7 +395,7 @@ void DrawRows(const FourierLines& lines, std::ptrdiff_t firstRun, std::ptrdiff_t
   const std::ptrdiff_t half = height / 2;
   for (std::ptrdiff_t lane = 0; lane < lanes; ++lane) {
     const std::uint8_t* bytes = lines.bytes.get() + lines.side * lane;
-    std::uint8_t* row = cells + height * HalfShift(firstRun + lane, width);
+    std::uint8_t* row = cells + height * FftShift(firstRun + lane, width);
     std::copy_n(bytes, half, row + half);
     std::copy_n(bytes + half, lines.side - half, row);
   }

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "frequency/half_shift.h"
+#include "frequency/fft_shift.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "frequency/magnitudes.cpp"
@@ -55,7 +55,7 @@ void CutSquares(Complex* coefficients, std::ptrdiff_t width, std::ptrdiff_t heig
   const std::ptrdiff_t half = height / 2;
   for (std::ptrdiff_t u = 0; u < width; ++u) {
     Complex* run = coefficients + height * u;
-    std::uint8_t* row = cells + height * HalfShift(u, width);
+    std::uint8_t* row = cells + height * FftShift(u, width);
     CutPart(run, half, largestSquare, row + half);
     CutPart(run + half, height - half, largestSquare, row);
   }

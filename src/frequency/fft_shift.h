@@ -1,0 +1,16 @@
+#ifndef RASTELO_FREQUENCY_FFT_SHIFT_H
+#define RASTELO_FREQUENCY_FFT_SHIFT_H
+
+#include <cstddef>
+
+namespace rastelo {
+
+/// Moves index 0, the zero frequency, to the middle of `size` indices: exchanges the halves. Of an
+/// odd size, the last index comes to the middle, too, and none to the end.
+constexpr std::ptrdiff_t FftShift(std::ptrdiff_t index, std::ptrdiff_t size) {
+  return index < size / 2 ? index + size / 2 : index - size / 2;
+}
+
+}  // namespace rastelo
+
+#endif  // RASTELO_FREQUENCY_FFT_SHIFT_H
