@@ -15,6 +15,7 @@
 #include <hwy/foreach_target.h>
 // Behind foreach_target.h.
 #include "frequency/magnitude-inl.h"
+#include "simd/transpose-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
@@ -175,23 +176,6 @@ HWY_INLINE void TransformLanes(D d, const FourierLines& lines, std::ptrdiff_t gr
   }
 }
 
-/// Turns as many vectors as they have lanes. Each round takes the lowest bit of a number's place
-/// among all to the top.
-template <class D>
-HWY_INLINE void Transpose(D d, hn::Vec<D>* a) {
-  constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(D()));
-  if constexpr (kLanes > 1) {
-    hn::Vec<D> b[kLanes];
-    for (std::ptrdiff_t round = 1; round < kLanes; round *= 2) {
-      for (std::ptrdiff_t i = 0; i < kLanes / 2; ++i) {
-        b[i] = hn::ConcatEven(d, a[2 * i + 1], a[2 * i]);
-        b[i + kLanes / 2] = hn::ConcatOdd(d, a[2 * i + 1], a[2 * i]);
-      }
-      for (std::ptrdiff_t i = 0; i < kLanes; ++i) a[i] = b[i];
-    }
-  }
-}
-
 /// The parts of as many complex numbers as there are lanes, in order.
 template <class D, class V>
 HWY_INLINE void Split(D d, V a, V b, V& re, V& im) {
@@ -320,8 +304,8 @@ HWY_INLINE void Gather(D d, const Complex* runs, std::ptrdiff_t length, std::ptr
       a[Slot(lane, kLanes)] = hn::LoadU(d, from);
       b[Slot(lane, kLanes)] = hn::LoadU(d, from + kLanes);
     }
-    Transpose(d, a);
-    Transpose(d, b);
+    TransposeLanes(d, a);
+    TransposeLanes(d, b);
     double* to = work + 2 * kLanes * i;
     for (std::ptrdiff_t k = 0; k < kLanes; ++k) {
       hn::Store(a[k], d, to + kLanes * k);
@@ -360,8 +344,8 @@ HWY_INLINE void Spread(D d, const FourierLines& lines, std::ptrdiff_t length, Co
       parts[2 * k] = hn::Load(d, lines.work.get() + 2 * kLanes * at);
       parts[2 * k + 1] = hn::Load(d, lines.work.get() + 2 * kLanes * at + kLanes);
     }
-    Transpose(d, parts);
-    Transpose(d, parts + kLanes);
+    TransposeLanes(d, parts);
+    TransposeLanes(d, parts + kLanes);
     for (std::ptrdiff_t lane = 0; lane < kLanes; ++lane) {
       const V a = parts[Slot(lane, kLanes)], b = parts[kLanes + Slot(lane, kLanes)];
       double* to = &out[length * lane + v].re;

@@ -112,6 +112,24 @@ void TransposeFrom16(D d, const std::uint8_t* from, std::ptrdiff_t fromPitch, st
   }
 }
 
+/// Transposes as many vectors as they have lanes: lane i of vector k goes to lane k of vector i.
+/// Each round puts the even lanes of all vectors before the odd ones; in the index of a number among
+/// all, which is lanes * k + i, that takes the lowest bit to the top.
+template <class D>
+HWY_INLINE void TransposeLanes(D d, hn::Vec<D>* a) {
+  constexpr std::size_t kLanes = hn::MaxLanes(D());
+  if constexpr (kLanes > 1) {
+    hn::Vec<D> b[kLanes];
+    for (std::size_t round = 1; round < kLanes; round *= 2) {
+      for (std::size_t i = 0; i < kLanes / 2; ++i) {
+        b[i] = hn::ConcatEven(d, a[2 * i + 1], a[2 * i]);
+        b[i + kLanes / 2] = hn::ConcatOdd(d, a[2 * i + 1], a[2 * i]);
+      }
+      for (std::size_t i = 0; i < kLanes; ++i) a[i] = b[i];
+    }
+  }
+}
+
 }  // namespace rastelo::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
