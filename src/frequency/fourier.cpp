@@ -11,16 +11,18 @@ namespace {
 
 constexpr Complex kZero{0.0, 0.0};
 
-/// Zeros what is not transformed: the ends of the first `count` runs, and all others.
-void ZeroRest(Complex* runs, std::ptrdiff_t count, std::ptrdiff_t begin, std::ptrdiff_t width,
+/// Zeros what is not transformed of W columns of H elements: the first `count` columns from
+/// element `begin` on, and all other columns.
+void ZeroRest(Complex* columns, std::ptrdiff_t count, std::ptrdiff_t begin, std::ptrdiff_t width,
               std::ptrdiff_t height) {
   for (std::ptrdiff_t x = 0; x < count; ++x)
-    std::fill(runs + height * x + begin, runs + height * (x + 1), kZero);
-  std::fill(runs + height * count, runs + height * width, kZero);
+    std::fill(columns + height * x + begin, columns + height * (x + 1), kZero);
+  std::fill(columns + height * count, columns + height * width, kZero);
 }
 
-/// Zeros the cells of a map of odd sides to which the last, untransformed row and column come.
-void ZeroLastPlaces(std::uint8_t* cells, std::ptrdiff_t width, std::ptrdiff_t height) {
+/// Zeros the cells of the last row and column of odd sides: FftShift takes them to cells that
+/// others have drawn.
+void ZeroOddCells(std::uint8_t* cells, std::ptrdiff_t width, std::ptrdiff_t height) {
   if (width % 2 != 0 && width > 1)
     std::fill_n(cells + height * FftShift(width - 1, width), height, std::uint8_t{0});
   if (height % 2 != 0 && height > 1)
@@ -57,12 +59,12 @@ void FourierPlane::Transform(const Complex* elements, Complex* rows, Complex* co
 
 void FourierPlane::TransformColumns(Complex* rows, Complex* coefficients,
                                     std::uint8_t* cells) const {
-  ZeroRest(rows, rows_.side, height_, width_, height_);
-  if (cells && (rows_.side != width_ || columns_.side != height_))
+  ZeroRest(rows, rows_.length, height_, width_, height_);
+  if (cells && (rows_.length != width_ || columns_.length != height_))
     std::fill_n(cells, std::ptrdiff_t{width_} * height_, std::uint8_t{0});
-  columns_.TransformRuns(rows, width_, height_, coefficients, cells);
-  ZeroRest(coefficients, rows_.side, columns_.side, width_, height_);
-  if (cells) ZeroLastPlaces(cells, width_, height_);
+  columns_.TransformColumns(rows, width_, height_, coefficients, cells);
+  ZeroRest(coefficients, rows_.length, columns_.length, width_, height_);
+  if (cells) ZeroOddCells(cells, width_, height_);
 }
 
 void DrawReconstruction(const Complex* elements, std::int32_t width, std::int32_t height,

@@ -11,23 +11,26 @@ namespace rastelo {
 int TransformExponent(std::int32_t side);
 
 /// The Fourier transform of W x H elements: rows, then columns. Only the first 2^r elements of a
-/// row or column take part (TransformExponent); coefficients that no transform gives are 0.
+/// row or column take part (TransformExponent); all other coefficients are 0.
 class FourierPlane {
  public:
   /// Takes the memory that FourierLines takes for rows and for columns. Needs sides above 0, and
   /// the factors of the longer one's exponent, which must stay. Throws std::bad_alloc.
   FourierPlane(std::int32_t width, std::int32_t height, const Complex* factors);
 
-  /// Transforms W x H levels into W runs of H `coefficients`, F(u, v) in element H * u + v. `rows`
-  /// gets what the columns' transforms read: element H * x + y is the transform of row y at x.
-  /// `cells` gets the map of magnitudes, W x H cells that run along v, the zero frequency in the
-  /// middle: the cell of F(u, v) holds |F(u, v)| / 100, truncated and at most 255. Cells that no
-  /// coefficient reaches are 0.
+  /// Transforms W x H levels and draws the map of magnitudes.
+  /// @param rows          Gets the transforms of the rows, W columns of H elements: that of row y
+  ///                      at x in element H * x + y.
+  /// @param coefficients  W columns of H elements, F(u, v) in element H * u + v.
+  /// @param cells         W columns of H bytes, halves exchanged both ways (FftShift), so that the
+  ///                      zero frequency is in the middle: the cell of F(u, v) gets
+  ///                      min(|F(u, v)| / 100, 255), truncated. Cells that no coefficient reaches
+  ///                      are 0.
   void Transform(ConstImageView levels, Complex* rows, Complex* coefficients,
                  std::uint8_t* cells) const;
 
-  /// The same of H runs of W elements, without a map if `cells` is null. The elements may be where
-  /// the coefficients come to be.
+  /// The same of H rows of W elements, without a map if `cells` is null. `elements` may be
+  /// `coefficients`.
   void Transform(const Complex* elements, Complex* rows, Complex* coefficients,
                  std::uint8_t* cells) const;
 
@@ -38,8 +41,8 @@ class FourierPlane {
   FourierLines rows_, columns_;
 };
 
-/// Draws the low byte of re / (W * H), truncated, of H runs of W elements as a map of rows with
-/// exchanged quadrants. Cells that no element reaches are 0.
+/// Draws the low byte of re / (W * H), truncated, of H rows of W elements into rows of W cells,
+/// halves exchanged both ways (FftShift). Cells that no element reaches are 0.
 void DrawReconstruction(const Complex* elements, std::int32_t width, std::int32_t height,
                         std::uint8_t* cells);
 
