@@ -18,35 +18,37 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// One vector of coefficients, whose squares it returns.
+/// Sets to 0 the coefficients of one vector whose squared magnitudes are above `largestSquare`.
+/// @return the squared magnitudes of what is left.
 template <class D>
-HWY_INLINE hn::Vec<D> CutLanes(D d, double largestSquare, Complex* coefficients) {
+HWY_INLINE hn::Vec<D> CutLanes(D df64, double largestSquare, Complex* coefficients) {
   using V = hn::Vec<D>;
-  V re = hn::Zero(d), im = re;
-  hn::LoadInterleaved2(d, &coefficients->re, re, im);
+  V re = hn::Zero(df64), im = re;
+  hn::LoadInterleaved2(df64, &coefficients->re, re, im);
   const V square = SquaredMagnitude(re, im);
-  const auto stays = hn::Le(square, hn::Set(d, largestSquare));
-  if (!hn::AllTrue(d, stays))
-    hn::StoreInterleaved2(hn::IfThenElseZero(stays, re), hn::IfThenElseZero(stays, im), d,
+  const auto stays = hn::Le(square, hn::Set(df64, largestSquare));
+  if (!hn::AllTrue(df64, stays))
+    hn::StoreInterleaved2(hn::IfThenElseZero(stays, re), hn::IfThenElseZero(stays, im), df64,
                           &coefficients->re);
   return hn::IfThenElseZero(stays, square);
 }
 
-void CutPart(Complex* coefficients, std::ptrdiff_t count, double largestSquare,
-             std::uint8_t* cells) {
-  const hn::CappedTag<double, 8> d;
-  const hn::CappedTag<double, 1> single;
-  const hn::Rebind<std::uint8_t, hn::Repartition<float, decltype(d)>> bytes;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+/// Cuts and draws `count` coefficients that follow each other in memory and in the map.
+void CutSegment(Complex* coefficients, std::ptrdiff_t count, double largestSquare,
+                std::uint8_t* cells) {
+  const hn::CappedTag<double, 8> df64;
+  const hn::CappedTag<double, 1> oneLane;
+  const hn::Rebind<std::uint8_t, hn::Repartition<float, decltype(df64)>> d8;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(df64));
   std::ptrdiff_t i = 0;
   for (; i + 2 * lanes <= count; i += 2 * lanes) {
-    const auto low = CutLanes(d, largestSquare, coefficients + i);
-    const auto high = CutLanes(d, largestSquare, coefficients + i + lanes);
-    hn::StoreU(MagnitudeBytes(d, low, high), bytes, cells + i);
+    const auto low = CutLanes(df64, largestSquare, coefficients + i);
+    const auto high = CutLanes(df64, largestSquare, coefficients + i + lanes);
+    hn::StoreU(MagnitudeBytes(df64, low, high), d8, cells + i);
   }
   for (; i < count; ++i) {
-    const auto square = CutLanes(single, largestSquare, coefficients + i);
-    cells[i] = hn::GetLane(MagnitudeBytes(single, square, square));
+    const auto square = CutLanes(oneLane, largestSquare, coefficients + i);
+    cells[i] = hn::GetLane(MagnitudeBytes(oneLane, square, square));
   }
 }
 
@@ -54,10 +56,10 @@ void CutSquares(Complex* coefficients, std::ptrdiff_t width, std::ptrdiff_t heig
                 double largestSquare, std::uint8_t* cells) {
   const std::ptrdiff_t half = height / 2;
   for (std::ptrdiff_t u = 0; u < width; ++u) {
-    Complex* run = coefficients + height * u;
-    std::uint8_t* row = cells + height * FftShift(u, width);
-    CutPart(run, half, largestSquare, row + half);
-    CutPart(run + half, height - half, largestSquare, row);
+    Complex* column = coefficients + height * u;
+    std::uint8_t* mapColumn = cells + height * FftShift(u, width);
+    CutSegment(column, half, largestSquare, mapColumn + half);
+    CutSegment(column + half, height - half, largestSquare, mapColumn);
   }
 }
 
@@ -71,8 +73,8 @@ namespace {
 
 HWY_EXPORT(CutSquares);
 
-/// The largest square that `limit` lets stay, -1 for none. Roots and quotients never fall while
-/// their arguments rise, and neither do the bits of the doubles from 0 on: a search by halves.
+/// The largest squared magnitude that `limit` lets stay, -1 for none, by binary search: rounded
+/// roots and quotients are monotonic, and doubles from 0 on have the order of their bits.
 double LargestSquare(double limit) {
   const auto stays = [&](std::uint64_t bits) {
     return limit >= std::sqrt(std::bit_cast<double>(bits)) / 100.0;
