@@ -16,51 +16,51 @@ namespace hn = hwy::HWY_NAMESPACE;
 /// Where bytes cannot be permuted, Highway goes through memory, and a plain loop is faster.
 constexpr bool kPermutesBytes = HWY_TARGET != HWY_EMU128;
 
-/// The entries that levels choose. Where no instruction picks from many bytes, by the low four bits
-/// from each sixteen entries, and then by halves.
+/// The entries that levels choose from `kSize`. Where no instruction gathers from many bytes, the
+/// low four bits choose from each sixteen entries, and then each further bit from two halves.
 template <std::size_t kSize, class D, class V>
-HWY_INLINE V Choose(D d, const std::uint8_t* entries, V levels) {
+HWY_INLINE V Choose(D d8, const std::uint8_t* entries, V levels) {
   constexpr std::size_t kHalf = kSize / 2;
   if constexpr (kSize == 16) {
-    const V low = hn::And(levels, hn::Set(d, 15));
-    return hn::TableLookupBytes(hn::LoadDup128(d, entries), low);
+    const V low = hn::And(levels, hn::Set(d8, 15));
+    return hn::TableLookupBytes(hn::LoadDup128(d8, entries), low);
   } else if constexpr (kSize == 128 && kHasBytePairs) {
-    return PermutePair(hn::LoadU(d, entries), hn::LoadU(d, entries + kHalf), levels);
+    return PermutePair(hn::LoadU(d8, entries), hn::LoadU(d8, entries + kHalf), levels);
   } else {
-    return hn::IfThenElse(hn::TestBit(levels, hn::Set(d, kHalf)),
-                          Choose<kHalf>(d, entries + kHalf, levels),
-                          Choose<kHalf>(d, entries, levels));
+    return hn::IfThenElse(hn::TestBit(levels, hn::Set(d8, kHalf)),
+                          Choose<kHalf>(d8, entries + kHalf, levels),
+                          Choose<kHalf>(d8, entries, levels));
   }
 }
 
 void ApplyMap(ImageView gray, const GrayMap& map) {
-  const hn::ScalableTag<std::uint8_t> d;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  const hn::ScalableTag<std::uint8_t> d8;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d8));
   const std::ptrdiff_t vectorised = kPermutesBytes ? gray.width : 0;
   const GrayMap entries = map;  // which no pixel aliases
   for (std::int32_t y = 0; y < gray.height; ++y) {
     std::uint8_t* row = gray.Row(y);
     std::ptrdiff_t x = 0;
     for (; x + lanes <= vectorised; x += lanes)
-      hn::StoreU(Choose<256>(d, entries.data(), hn::LoadU(d, row + x)), d, row + x);
+      hn::StoreU(Choose<256>(d8, entries.data(), hn::LoadU(d8, row + x)), d8, row + x);
     for (; x < gray.width; ++x) row[x] = entries[row[x]];
   }
 }
 
 void ApplyPlaneMaps(ImageView bgr, const std::array<GrayMap, 3>& maps) {
-  const hn::ScalableTag<std::uint8_t> d;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  const hn::ScalableTag<std::uint8_t> d8;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d8));
   const std::ptrdiff_t vectorised = kPermutesBytes ? bgr.width : 0;
   const std::array<GrayMap, 3> entries = maps;
   for (std::int32_t y = 0; y < bgr.height; ++y) {
     std::uint8_t* pixel = bgr.Row(y);
     std::ptrdiff_t x = 0;
     for (; x + lanes <= vectorised; x += lanes, pixel += 3 * lanes) {
-      auto blue = hn::Zero(d), green = hn::Zero(d), red = hn::Zero(d);
-      LoadPlanes(d, pixel, blue, green, red);
-      StorePlanes(d, Choose<256>(d, entries[0].data(), blue),
-                  Choose<256>(d, entries[1].data(), green), Choose<256>(d, entries[2].data(), red),
-                  pixel);
+      auto blue = hn::Zero(d8), green = hn::Zero(d8), red = hn::Zero(d8);
+      LoadPlanes(d8, pixel, blue, green, red);
+      StorePlanes(d8, Choose<256>(d8, entries[0].data(), blue),
+                  Choose<256>(d8, entries[1].data(), green),
+                  Choose<256>(d8, entries[2].data(), red), pixel);
     }
     for (; x < bgr.width; ++x, pixel += 3)
       for (std::size_t plane = 0; plane < 3; ++plane) pixel[plane] = entries[plane][pixel[plane]];

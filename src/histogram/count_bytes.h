@@ -10,13 +10,13 @@
 
 namespace rastelo {
 
-/// Counts the levels of bytes that alternate between `kPlanes` planes. Neighbouring bytes count
-/// into tables of their own: an equal neighbour would wait for the last count to be stored. Blocks
-/// of one colour, as margins of scanned pages are full of, count at once.
+/// Counts the levels of `kPlanes` planes whose bytes alternate. Neighbouring bytes count into
+/// tables of their own: an equal neighbour would wait for the last count to be stored. Blocks of
+/// one colour, as margins of scanned pages are full of, count at once.
 template <std::size_t kPlanes>
 std::array<Histogram, kPlanes> CountBytes(ConstImageView image) {
   constexpr std::size_t kBlock = 48, kTables = kPlanes == 1 ? 4 : 2 * kPlanes;
-  constexpr std::ptrdiff_t kAhead = 2048;  // that rows are fetched into the near cache
+  constexpr std::ptrdiff_t kAhead = 2048;  // how far rows are prefetched
   static_assert(kTables % kPlanes == 0 && kBlock % kTables == 0);
   std::array<std::array<std::uint32_t, 256>, kTables> tables{};
   for (std::int32_t y = 0; y < image.height; ++y) {

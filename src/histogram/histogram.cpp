@@ -21,12 +21,20 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+// Levels are counted by their bits where an instruction counts bits. Bit i of each byte of eight
+// vectors goes to one vector, bit plane i:
+//     bytes   76543210 76543210 ...      plane 7   77...
+//             76543210 76543210 ...  ->  plane 6   66...
+//             ...                        ...
+// From the four lower planes follows, for each of the 16 numbers that four bits can make, a vector
+// of bits which bytes have it there, and from the four upper planes the same. A level is one lower
+// and one upper number: the bits that both vectors have in common are its count.
+
 using Bytes = hn::ScalableTag<std::uint8_t>;
 using Words = hn::ScalableTag<std::uint64_t>;
 using Bits = hn::Vec<Words>;
 
-/// Whether the bits of a vector are counted by an instruction. Without, storing one count for each
-/// byte is faster.
+/// Whether an instruction counts the bits of a vector. Without it, CountBytes is faster.
 constexpr bool kCountsBits = HWY_TARGET <= HWY_AVX3_DL;
 
 /// Exchanges the bits that `mask` lacks in `a` with those of `b` that it has, `kShift` higher.
@@ -37,66 +45,69 @@ HWY_INLINE void ExchangeBits(Bits mask, Bits& a, Bits& b) {
   a = kept;
 }
 
-/// Turns eight vectors of bytes into eight of bits: vector i gets bit i of every byte.
+/// Makes eight vectors of bytes the bit planes of these bytes.
 HWY_INLINE void SplitBits(Bits* planes) {
-  const Words d;
-  const Bits fours = hn::Set(d, 0x0F0F0F0F0F0F0F0F), twos = hn::Set(d, 0x3333333333333333),
-             ones = hn::Set(d, 0x5555555555555555);
+  const Words d64;
+  const Bits fours = hn::Set(d64, 0x0F0F0F0F0F0F0F0F), twos = hn::Set(d64, 0x3333333333333333),
+             ones = hn::Set(d64, 0x5555555555555555);
   for (const int i : {0, 1, 2, 3}) ExchangeBits<4>(fours, planes[i], planes[i + 4]);
   for (const int i : {0, 1, 4, 5}) ExchangeBits<2>(twos, planes[i], planes[i + 2]);
   for (const int i : {0, 2, 4, 6}) ExchangeBits<1>(ones, planes[i], planes[i + 1]);
 }
 
-/// For each number of four bits, where the four planes have it.
+/// For each number of four bits, which bytes have it in the four planes.
 HWY_INLINE void FindNumbers(const Bits* planes, Bits* found) {
-  const auto pairs = [](Bits low, Bits high, Bits* pair) HWY_ATTR {
-    pair[0] = hn::Not(hn::Or(low, high));
-    pair[1] = hn::AndNot(high, low);
-    pair[2] = hn::AndNot(low, high);
-    pair[3] = hn::And(low, high);
+  const auto twoBits = [](Bits low, Bits high, Bits* numbers) HWY_ATTR {
+    numbers[0] = hn::Not(hn::Or(low, high));
+    numbers[1] = hn::AndNot(high, low);
+    numbers[2] = hn::AndNot(low, high);
+    numbers[3] = hn::And(low, high);
   };
   Bits low[4], high[4];
-  pairs(planes[0], planes[1], low);
-  pairs(planes[2], planes[3], high);
+  twoBits(planes[0], planes[1], low);
+  twoBits(planes[2], planes[3], high);
   for (int i = 0; i < 16; ++i) found[i] = hn::And(low[i % 4], high[i / 4]);
 }
 
 constexpr std::size_t kVector = hn::MaxLanes(Bytes()), kWords = hn::MaxLanes(Words());
 
 /// How many chunks of eight vectors are counted together: enough to pay for adding their sums to
-/// memory, few enough for all of it to stay in the near cache.
+/// memory, few enough for all of it to stay in L1.
 constexpr std::size_t kChunks = 8;
 constexpr std::size_t kBatch = 8 * kChunks * kVector;
 
-/// Where the bytes of a batch have each number in their lower and in their upper four bits.
-struct NumberPlaces {
-  HWY_INLINE explicit NumberPlaces(const std::uint8_t* bytes) {
-    const Words d;
-    for (std::size_t chunk = 0; chunk < kChunks; ++chunk) {
-      Bits planes[8], found[16];
-      for (std::size_t i = 0; i < 8; ++i)
-        planes[i] = hn::BitCast(d, hn::Load(Bytes(), bytes + (8 * chunk + i) * kVector));
-      SplitBits(planes);
-      FindNumbers(planes, found);
-      for (std::size_t i = 0; i < 16; ++i) hn::Store(found[i], d, lower[chunk][i]);
-      FindNumbers(planes + 4, found);
-      for (std::size_t i = 0; i < 16; ++i) {
-        hn::Store(found[i], d, upper[i][chunk]);
-        chunks[i][chunkCounts[i]] = static_cast<std::uint8_t>(chunk);
-        chunkCounts[i] += hn::AllTrue(d, hn::Eq(found[i], hn::Zero(d))) ? 0 : 1;
-      }
+/// Which bytes of a batch have each number in their lower and in their upper four bits.
+struct NumberBits {
+  HWY_INLINE explicit NumberBits(const std::uint8_t* bytes) {
+    for (std::size_t chunk = 0; chunk < kChunks; ++chunk) AddChunk(bytes, chunk);
+  }
+
+  HWY_INLINE void AddChunk(const std::uint8_t* bytes, std::size_t chunk) {
+    const Words d64;
+    Bits planes[8], found[16];
+    for (std::size_t i = 0; i < 8; ++i)
+      planes[i] = hn::BitCast(d64, hn::Load(Bytes(), bytes + (8 * chunk + i) * kVector));
+    SplitBits(planes);
+    FindNumbers(planes, found);
+    for (std::size_t i = 0; i < 16; ++i) hn::Store(found[i], d64, lower[chunk][i]);
+    FindNumbers(planes + 4, found);
+    for (std::size_t i = 0; i < 16; ++i) {
+      hn::Store(found[i], d64, upper[i][chunk]);
+      chunks[i][chunkCounts[i]] = static_cast<std::uint8_t>(chunk);
+      chunkCounts[i] += hn::AllTrue(d64, hn::Eq(found[i], hn::Zero(d64))) ? 0 : 1;
     }
   }
+
   HWY_ALIGN std::uint64_t lower[kChunks][16][kWords], upper[16][kChunks][kWords];
   /// The chunks that have an upper number: the others are passed over.
   std::uint8_t chunks[16][kChunks];
   std::size_t chunkCounts[16] = {};
 };
 
-/// Counts levels by their bits: the places that a lower and an upper number have in common.
+/// Counts levels by their bits, a batch at a time.
 class BitCounter {
  public:
-  /// @param next bytes that come soon: they are fetched while others are counted.
+  /// @param next bytes that come soon: they are prefetched while others are counted.
   HWY_INLINE void Add(hn::Vec<Bytes> levels, std::span<const std::uint8_t> next) {
     hn::Store(levels, Bytes(), waiting_ + filled_);
     filled_ += kVector;
@@ -118,43 +129,46 @@ class BitCounter {
 
  private:
   HWY_NOINLINE HWY_ATTR void CountBatch(std::span<const std::uint8_t> next) {
-    const Words d;
-    const hn::Repartition<std::uint32_t, Words> halves;
-    const NumberPlaces places(waiting_);
-    for (std::size_t i = 0; i < 16; ++i) {
-      for (std::size_t at = kBatch / 16 * i; at < kBatch / 16 * (i + 1); at += 64)
+    const NumberBits bits(waiting_);
+    for (std::size_t upper = 0; upper < 16; ++upper) {
+      for (std::size_t at = kBatch / 16 * upper; at < kBatch / 16 * (upper + 1); at += 64)
         if (at < next.size()) hwy::Prefetch(&next[at]);
-      if (places.chunkCounts[i] == 0) continue;
-      Bits sums[16];
-      for (Bits& sum : sums) sum = hn::Zero(d);
-      for (std::size_t n = 0; n < places.chunkCounts[i]; ++n) {
-        const std::size_t chunk = places.chunks[i][n];
-        const Bits upper = hn::Load(d, places.upper[i][chunk]);
-        for (std::size_t k = 0; k < 16; ++k) {
-          const Bits common = hn::And(upper, hn::Load(d, places.lower[chunk][k]));
-          sums[k] = hn::Add(sums[k], hn::PopulationCount(common));
-        }
-      }
-      for (std::size_t k = 0; k < 8; ++k) {
-        std::uint32_t* pair = sums_[8 * i + k];
-        const auto both =
-            hn::BitCast(halves, hn::Or(sums[2 * k], hn::ShiftLeft<32>(sums[2 * k + 1])));
-        hn::Store(hn::Add(hn::Load(halves, pair), both), halves, pair);
-      }
+      if (bits.chunkCounts[upper] != 0) CountLevelsWith(bits, upper);
     }
     filled_ = 0;
   }
 
+  /// Counts the 16 levels that have this upper number.
+  HWY_INLINE void CountLevelsWith(const NumberBits& bits, std::size_t upper) {
+    const Words d64;
+    Bits sums[16];
+    for (Bits& sum : sums) sum = hn::Zero(d64);
+    for (std::size_t n = 0; n < bits.chunkCounts[upper]; ++n) {
+      const std::size_t chunk = bits.chunks[upper][n];
+      const Bits uppers = hn::Load(d64, bits.upper[upper][chunk]);
+      for (std::size_t lower = 0; lower < 16; ++lower) {
+        const Bits common = hn::And(uppers, hn::Load(d64, bits.lower[chunk][lower]));
+        sums[lower] = hn::Add(sums[lower], hn::PopulationCount(common));
+      }
+    }
+    const hn::Repartition<std::uint32_t, Words> d32;
+    for (std::size_t i = 0; i < 8; ++i) {
+      std::uint32_t* pair = sums_[8 * upper + i];
+      const auto both = hn::BitCast(d32, hn::Or(sums[2 * i], hn::ShiftLeft<32>(sums[2 * i + 1])));
+      hn::Store(hn::Add(hn::Load(d32, pair), both), d32, pair);
+    }
+  }
+
   HWY_ALIGN std::uint8_t waiting_[kBatch];
   std::size_t filled_ = 0;
-  /// Modulo 2^32, of two levels in turn.
+  /// Modulo 2^32, of two levels that alternate.
   HWY_ALIGN std::uint32_t sums_[128][2 * kWords] = {};
 };
 
 /// @param image has a row.
 template <std::size_t kPlanes>
 std::array<Histogram, kPlanes> CountBits(ConstImageView image) {
-  const Bytes d;
+  const Bytes d8;
   const std::size_t step = kPlanes * kVector, width = static_cast<std::size_t>(image.width);
   const std::uint8_t* end = image.Row(image.height - 1) + kPlanes * width;
   std::array<Histogram, kPlanes> counts{};
@@ -168,10 +182,10 @@ std::array<Histogram, kPlanes> CountBits(ConstImageView image) {
         return rest.subspan(std::min(rest.size(), step + kBatch * i));
       };
       if constexpr (kPlanes == 1) {
-        counters[0].Add(hn::LoadU(d, pixel), next(0));
+        counters[0].Add(hn::LoadU(d8, pixel), next(0));
       } else {
-        auto blue = hn::Zero(d), green = blue, red = blue;
-        LoadPlanes(d, pixel, blue, green, red);
+        auto blue = hn::Zero(d8), green = blue, red = blue;
+        LoadPlanes(d8, pixel, blue, green, red);
         counters[0].Add(blue, next(0));
         counters[1].Add(green, next(1));
         counters[2].Add(red, next(2));

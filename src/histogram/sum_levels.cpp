@@ -12,19 +12,19 @@ namespace rastelo::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 std::uint64_t SumLevels(ConstImageView gray) {
-  const hn::ScalableTag<std::uint8_t> d;
-  const hn::Repartition<std::uint64_t, decltype(d)> dSums;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-  auto sums = hn::Zero(dSums);
+  const hn::ScalableTag<std::uint8_t> d8;
+  const hn::Repartition<std::uint64_t, decltype(d8)> d64;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d8));
+  auto sums = hn::Zero(d64);
   std::uint64_t rest = 0;
   for (std::int32_t y = 0; y < gray.height; ++y) {
     const std::uint8_t* row = gray.Row(y);
     std::ptrdiff_t x = 0;
     for (; x + lanes <= gray.width; x += lanes)
-      sums = hn::Add(sums, hn::SumsOf8(hn::LoadU(d, row + x)));
+      sums = hn::Add(sums, hn::SumsOf8(hn::LoadU(d8, row + x)));
     for (; x < gray.width; ++x) rest += row[x];
   }
-  return rest + hn::GetLane(hn::SumOfLanes(dSums, sums));
+  return rest + hn::GetLane(hn::SumOfLanes(d64, sums));
 }
 
 }  // namespace rastelo::HWY_NAMESPACE

@@ -14,12 +14,12 @@ namespace rastelo::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 void SpreadLevels(const std::uint8_t* from, std::ptrdiff_t count, std::uint8_t* to) {
-  const hn::ScalableTag<std::uint8_t> d;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  const hn::ScalableTag<std::uint8_t> d8;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d8));
   std::ptrdiff_t x = 0;
   for (; x + lanes <= count; x += lanes) {
-    const auto levels = hn::LoadU(d, from + x);
-    hn::StoreInterleaved3(levels, levels, levels, d, to + 3 * x);
+    const auto levels = hn::LoadU(d8, from + x);
+    hn::StoreInterleaved3(levels, levels, levels, d8, to + 3 * x);
   }
   for (; x < count; ++x) to[3 * x] = to[3 * x + 1] = to[3 * x + 2] = from[x];
 }
