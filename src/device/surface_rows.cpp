@@ -74,10 +74,10 @@ void WidenRow(const std::uint8_t* bgr, std::int32_t count, bool more, bool nonTe
 }
 
 void WidenPixels(ConstImageView bgr, std::uint8_t* surface, std::ptrdiff_t pitch) {
-  const bool streams = DrawsNonTemporally(bgr.width, bgr.height);
+  const bool nonTemporal = DrawsNonTemporally(bgr.width, bgr.height);
   for (std::int32_t y = 0; y < bgr.height; ++y)
-    WidenRow(bgr.Row(y), bgr.width, y + 1 < bgr.height, streams, surface + y * pitch);
-  if (streams) hwy::FlushStream();
+    WidenRow(bgr.Row(y), bgr.width, y + 1 < bgr.height, nonTemporal, surface + y * pitch);
+  if (nonTemporal) hwy::FlushStream();
 }
 
 void PlanColumns(std::int32_t width, ColumnGather& gather) {

@@ -20,12 +20,12 @@ using Wide = hn::RepartitionToWide<hn::DFromV<V>>;
 /// The even lanes of unsigned numbers, widened in their places.
 template <class V>
 HWY_INLINE hn::Vec<Wide<V>> Even(V v) {
-  const Wide<V> d;
+  const Wide<V> dWide;
   const auto low = static_cast<hn::TFromD<Wide<V>>>(hwy::LimitsMax<hn::TFromV<V>>());
-  return hn::And(hn::BitCast(d, v), hn::Set(d, low));
+  return hn::And(hn::BitCast(dWide, v), hn::Set(dWide, low));
 }
 
-/// The odd ones.
+/// The odd ones, each in the place of the even one before it.
 template <class V>
 HWY_INLINE hn::Vec<Wide<V>> Odd(V v) {
   return hn::ShiftRight<8 * sizeof(hn::TFromV<V>)>(hn::BitCast(Wide<V>(), v));

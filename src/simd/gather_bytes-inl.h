@@ -70,15 +70,15 @@ HWY_INLINE void PrefetchGroup(const GatherPlan<kMost>& plan, std::int32_t group,
 template <std::int32_t kMost>
 HWY_INLINE hn::Vec<GatheredBytes> GatherGroup(const GatherPlan<kMost>& plan, std::int32_t group,
                                               const std::uint8_t* row) {
-  const GatheredBytes d;
+  const GatheredBytes d8;
   const std::uint8_t* window = row + plan.windows[group];
   const std::ptrdiff_t at = std::ptrdiff_t{group} * kGatherGroup;
-  const auto low = hn::LoadU(d, window), high = hn::LoadU(d, window + kGatherGroup);
+  const auto low = hn::LoadU(d8, window), high = hn::LoadU(d8, window + kGatherGroup);
   if constexpr (kHasBytePairs)
-    return PermutePair(low, high, hn::Load(d, plan.first + at));
+    return PermutePair(low, high, hn::Load(d8, plan.first + at));
   else
-    return hn::Or(hn::TableLookupBytesOr0(low, hn::Load(d, plan.first + at)),
-                  hn::TableLookupBytesOr0(high, hn::Load(d, plan.second + at)));
+    return hn::Or(hn::TableLookupBytesOr0(low, hn::Load(d8, plan.first + at)),
+                  hn::TableLookupBytesOr0(high, hn::Load(d8, plan.second + at)));
 }
 
 /// Gathers what is planned of `row` to aligned memory, each group by way of `change(group, bytes)`.

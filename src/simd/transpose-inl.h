@@ -47,21 +47,21 @@ inline void TransposePixels(const std::uint8_t* from, std::ptrdiff_t fromPitch, 
 
 /// Fills the vector's blocks of 16 bytes from places that are `step` bytes apart.
 template <class D>
-hn::Vec<D> LoadBlocks(D d, const std::uint8_t* from, std::ptrdiff_t step) {
+hn::Vec<D> LoadBlocks(D d8, const std::uint8_t* from, std::ptrdiff_t step) {
   if constexpr (hn::MaxLanes(D()) == 16) {
-    return hn::LoadU(d, from);
+    return hn::LoadU(d8, from);
   } else {
     const hn::Half<D> half;
     const auto upper = static_cast<std::ptrdiff_t>(hn::Lanes(half) / 16) * step;
-    return hn::Combine(d, LoadBlocks(half, from + upper, step), LoadBlocks(half, from, step));
+    return hn::Combine(d8, LoadBlocks(half, from + upper, step), LoadBlocks(half, from, step));
   }
 }
 
 /// The way back.
 template <class D>
-void StoreBlocks(D d, hn::Vec<D> v, std::uint8_t* to, std::ptrdiff_t step) {
+void StoreBlocks(D d8, hn::Vec<D> v, std::uint8_t* to, std::ptrdiff_t step) {
   if constexpr (hn::MaxLanes(D()) == 16) {
-    hn::StoreU(v, d, to);
+    hn::StoreU(v, d8, to);
   } else {
     const hn::Half<D> half;
     const auto upper = static_cast<std::ptrdiff_t>(hn::Lanes(half) / 16) * step;
@@ -73,12 +73,12 @@ void StoreBlocks(D d, hn::Vec<D> v, std::uint8_t* to, std::ptrdiff_t step) {
 /// Transposes 16 x 16 bytes in each block. Each round interleaves rows that are 8 apart; four bring
 /// the bytes of a column together.
 template <class D>
-void TransposeBlocks(D d, hn::Vec<D>* a) {
+void TransposeBlocks(D d8, hn::Vec<D>* a) {
   hn::Vec<D> b[16];
   const auto interleave = [&](const auto* rows, auto* into) {
     for (int i = 0; i < 8; ++i) {
-      into[2 * i] = InterleaveLower(d, rows[i], rows[i + 8]);
-      into[2 * i + 1] = InterleaveUpper(d, rows[i], rows[i + 8]);
+      into[2 * i] = InterleaveLower(d8, rows[i], rows[i + 8]);
+      into[2 * i + 1] = InterleaveUpper(d8, rows[i], rows[i + 8]);
     }
   };
   interleave(a, b);
@@ -87,28 +87,28 @@ void TransposeBlocks(D d, hn::Vec<D>* a) {
   interleave(b, a);
 }
 
-/// Transposes 16 bytes of as many rows as `d` has lanes, at least 16: byte x of row y goes to byte
+/// Transposes 16 bytes of as many rows as `d8` has lanes, at least 16: byte x of row y goes to byte
 /// y of row x.
 template <class D>
-void Transpose16(D d, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
+void Transpose16(D d8, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
                  std::ptrdiff_t toPitch) {
   hn::Vec<D> a[16];
-  for (int i = 0; i < 16; ++i) a[i] = LoadBlocks(d, from + i * fromPitch, 16 * fromPitch);
-  TransposeBlocks(d, a);
-  for (int i = 0; i < 16; ++i) hn::StoreU(a[i], d, to + i * toPitch);
+  for (int i = 0; i < 16; ++i) a[i] = LoadBlocks(d8, from + i * fromPitch, 16 * fromPitch);
+  TransposeBlocks(d8, a);
+  for (int i = 0; i < 16; ++i) hn::StoreU(a[i], d8, to + i * toPitch);
 }
 
-/// Transposes as many bytes of 16 rows as `d` has lanes, at least 16.
+/// Transposes as many bytes of 16 rows as `d8` has lanes, at least 16.
 template <class D>
-void TransposeFrom16(D d, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
+void TransposeFrom16(D d8, const std::uint8_t* from, std::ptrdiff_t fromPitch, std::uint8_t* to,
                      std::ptrdiff_t toPitch) {
   if constexpr (hn::MaxLanes(D()) > 16) {
     hn::Vec<D> a[16];
-    for (int i = 0; i < 16; ++i) a[i] = hn::LoadU(d, from + i * fromPitch);
-    TransposeBlocks(d, a);
-    for (int i = 0; i < 16; ++i) StoreBlocks(d, a[i], to + i * toPitch, 16 * toPitch);
+    for (int i = 0; i < 16; ++i) a[i] = hn::LoadU(d8, from + i * fromPitch);
+    TransposeBlocks(d8, a);
+    for (int i = 0; i < 16; ++i) StoreBlocks(d8, a[i], to + i * toPitch, 16 * toPitch);
   } else {
-    Transpose16(d, from, fromPitch, to, toPitch);
+    Transpose16(d8, from, fromPitch, to, toPitch);
   }
 }
 
