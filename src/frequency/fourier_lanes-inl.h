@@ -15,6 +15,7 @@
 // Each brings hwy/highway.h.
 #include "frequency/fourier_stages-inl.h"
 #include "frequency/magnitude-inl.h"
+#include "simd/non_temporal.h"
 #include "simd/transpose-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -63,20 +64,18 @@ HWY_INLINE std::ptrdiff_t ReverseBits(std::ptrdiff_t index, int bits) {
   return static_cast<std::ptrdiff_t>(std::uint64_t{v >> 16 | v << 16} >> (32 - bits));
 }
 
-/// Whether stores to W x H coefficients go past the caches: there are more than caches keep, and
-/// each column is aligned.
-HWY_INLINE bool StoresPastCaches(const FourierLines& lines, const Complex* out,
-                                 std::ptrdiff_t width, std::ptrdiff_t height) {
-  constexpr std::ptrdiff_t kLargeCount = std::ptrdiff_t{1} << 20;
-  return lines.maxLanes > 1 && width * height >= kLargeCount && height % 4 == 0 &&
-         reinterpret_cast<std::uintptr_t>(out) % 64 == 0;
+/// Whether W x H coefficients get non-temporal stores, for which each column must be aligned.
+HWY_INLINE bool IsNonTemporal(const FourierLines& lines, const Complex* out, std::ptrdiff_t width,
+                              std::ptrdiff_t height) {
+  return lines.maxLanes > 1 && height % 4 == 0 && reinterpret_cast<std::uintptr_t>(out) % 64 == 0 &&
+         static_cast<std::int64_t>(sizeof *out) * width * height >= kNonTemporalBytesReadAgain;
 }
 
 /// Stores as many complex numbers as there are lanes.
 template <class D, class V>
-HWY_INLINE void StoreNumbers(D df, V low, V high, bool pastCaches, Complex* out) {
+HWY_INLINE void StoreNumbers(D df, V low, V high, bool nonTemporal, Complex* out) {
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(df));
-  if (pastCaches) {
+  if (nonTemporal) {
     hn::Stream(low, df, &out->re);
     hn::Stream(high, df, &out->re + lanes);
   } else {
@@ -87,12 +86,12 @@ HWY_INLINE void StoreNumbers(D df, V low, V high, bool pastCaches, Complex* out)
 
 /// Stores a coefficient of each of the lines that lie in the lanes.
 template <class D, class V>
-HWY_INLINE void StoreLanes(D df, const ComplexLanes<V>& z, bool pastCaches, Complex* out) {
+HWY_INLINE void StoreLanes(D df, const ComplexLanes<V>& z, bool nonTemporal, Complex* out) {
   if constexpr (hn::MaxLanes(D()) == 1) {
-    StoreNumbers(df, z.re, z.im, pastCaches, out);
+    StoreNumbers(df, z.re, z.im, nonTemporal, out);
   } else {
     StoreNumbers(df, hn::InterleaveLower(df, z.re, z.im), hn::InterleaveUpper(df, z.re, z.im),
-                 pastCaches, out);
+                 nonTemporal, out);
   }
 }
 
@@ -145,7 +144,7 @@ HWY_INLINE void DrawCoefficients(D df, const V* z, std::ptrdiff_t length, std::u
 
 /// Scatters the coefficients of neighbouring columns from the lanes to columns, `height` apart, and
 /// draws them to `bytes` unless it is null.
-template <bool kPastCaches, class D>
+template <bool kNonTemporal, class D>
 HWY_INLINE void ScatterColumns(D df, const FourierLines& lines, std::ptrdiff_t height, Complex* out,
                                std::uint8_t* bytes) {
   constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(D()));
@@ -154,7 +153,7 @@ HWY_INLINE void ScatterColumns(D df, const FourierLines& lines, std::ptrdiff_t h
     LoadCoefficients(df, lines, v, z);
     for (std::ptrdiff_t line = 0; line < kLanes; ++line) {
       const hn::Vec<D>* low = z + LaneOf(line, kLanes);
-      StoreNumbers(df, low[0], low[kLanes], kPastCaches, out + height * line + v);
+      StoreNumbers(df, low[0], low[kLanes], kNonTemporal, out + height * line + v);
     }
     if (bytes) DrawCoefficients(df, z, lines.length, bytes + v);
   }

@@ -38,20 +38,20 @@ HWY_INLINE void ForEachBatch(const FourierLines& lines, std::ptrdiff_t groups, c
 /// Transforms a batch of rows to out(H * u + y).
 template <class D, class Load>
 HWY_INLINE void TransformBatch(D df, const FourierLines& lines, std::ptrdiff_t groups,
-                               const Load& load, std::ptrdiff_t height, bool pastCaches,
+                               const Load& load, std::ptrdiff_t height, bool nonTemporal,
                                Complex* out) {
   const int exponent = lines.exponent;
   const auto store = [=](std::ptrdiff_t block, std::ptrdiff_t i, const auto& z) HWY_ATTR {
     const std::ptrdiff_t group = block >> exponent, place = block - (group << exponent);
     const std::ptrdiff_t u = ReverseBits(place, exponent) + ReverseBits(i, exponent);
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(df));
-    StoreLanes(df, z, pastCaches, out + height * u + lanes * group);
+    StoreLanes(df, z, nonTemporal, out + height * u + lanes * group);
   };
   TransformLanes(df, lines, groups, load, store);
 }
 
 void TransformLevelRows(const FourierLines& lines, ConstImageView levels, Complex* out) {
-  const bool pastCaches = StoresPastCaches(lines, out, lines.length, levels.height);
+  const bool nonTemporal = IsNonTemporal(lines, out, lines.length, levels.height);
   std::uint8_t* bytes = lines.bytes.get();
   ForEachBatch(lines, lines.groups, [&](auto df, std::ptrdiff_t groups, std::ptrdiff_t y) HWY_ATTR {
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(df));
@@ -63,14 +63,14 @@ void TransformLevelRows(const FourierLines& lines, ConstImageView levels, Comple
       const auto level = hn::PromoteTo(d32, hn::LoadU(d8, bytes + lanes * (block + i)));
       return ComplexLanes<hn::Vec<decltype(df)>>{hn::PromoteTo(df, level), hn::Zero(df)};
     };
-    TransformBatch(df, lines, groups, load, levels.height, pastCaches, out + y);
+    TransformBatch(df, lines, groups, load, levels.height, nonTemporal, out + y);
   });
   hwy::FlushStream();
 }
 
 void TransformElementRows(const FourierLines& lines, const Complex* elements, std::ptrdiff_t width,
                           std::ptrdiff_t height, Complex* out) {
-  const bool pastCaches = StoresPastCaches(lines, out, lines.length, height);
+  const bool nonTemporal = IsNonTemporal(lines, out, lines.length, height);
   double* work = lines.work.get();
   ForEachBatch(lines, lines.groups, [&](auto df, std::ptrdiff_t groups, std::ptrdiff_t y) HWY_ATTR {
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(df));
@@ -78,7 +78,7 @@ void TransformElementRows(const FourierLines& lines, const Complex* elements, st
       GatherElements(df, elements + width * (y + lanes * i), width, lines.length,
                      work + 2 * lanes * lines.length * i);
     const LoadWork<decltype(df)> load{work};
-    TransformBatch(df, lines, groups, load, height, pastCaches, out + y);
+    TransformBatch(df, lines, groups, load, height, nonTemporal, out + y);
   });
   hwy::FlushStream();
 }
@@ -97,14 +97,14 @@ void CopyToMap(const FourierLines& lines, std::ptrdiff_t firstColumn, std::ptrdi
 
 void TransformColumns(const FourierLines& lines, const Complex* columns, std::ptrdiff_t width,
                       std::ptrdiff_t height, Complex* out, std::uint8_t* cells) {
-  const bool pastCaches = StoresPastCaches(lines, out, width, height);
+  const bool nonTemporal = IsNonTemporal(lines, out, width, height);
   double* work = lines.work.get();
   std::uint8_t* bytes = cells ? lines.bytes.get() : nullptr;
   ForEachBatch(lines, 1, [&](auto df, std::ptrdiff_t groups, std::ptrdiff_t x) HWY_ATTR {
     using D = decltype(df);
     GatherElements(df, columns + height * x, height, lines.length, work);
     TransformLanes(df, lines, groups, LoadWork<D>{work}, StoreWork<D>{work});
-    if (pastCaches)
+    if (nonTemporal)
       ScatterColumns<true>(df, lines, height, out + height * x, bytes);
     else
       ScatterColumns<false>(df, lines, height, out + height * x, bytes);

@@ -1,9 +1,9 @@
 // JPEG files out.
-#include <algorithm>
 #include <cstdio>
 
 #include "image/inside.h"
 #include "image/spread_rows.h"
+#include "pixels/interval.h"
 #include "platform/jpeg_codec.h"
 #include "rastelo.h"
 
@@ -56,15 +56,6 @@ int ReportingExceptions(Save save) {
   }
 }
 
-/// The part of a drawn area that lies inside the image; empty sides are 0.
-RECT ClipToImage(const RECT& area, LONG width, LONG height) {
-  RECT inside{std::max<LONG>(area.left, 0), std::max<LONG>(area.top, 0),
-              std::min(area.right, width), std::min(area.bottom, height)};
-  inside.right = std::max(inside.left, inside.right);
-  inside.bottom = std::max(inside.top, inside.bottom);
-  return inside;
-}
-
 }  // namespace
 
 int CRastelo::SaveAs_JPG(const char* path) {
@@ -77,10 +68,13 @@ int CRastelo::SaveAs_JPG(const char* path) {
 int CRastelo::SaveAs_visible_JPG(const char* path) {
   if (!m_pImgBits || !Inside::HasKnownDepth(*this)) return 0;
   return ReportingExceptions([&](JPEG_CORE_PROPERTIES& properties) {
-    const RECT area = ClipToImage(*m_pDrawRect, m_lWidth, m_lHeight);
-    const auto block = rastelo::PixelStore::ForOverwrite(area.right - area.left,
-                                                         area.bottom - area.top, m_nBitCount);
-    GetImgBlock(area.left, area.top, block.width, block.height, m_nBitCount, block.bits.get());
+    const RECT& drawn = *m_pDrawRect;
+    const auto columns = rastelo::Clip({drawn.left, drawn.right}, {0, m_lWidth});
+    const auto rows = rastelo::Clip({drawn.top, drawn.bottom}, {0, m_lHeight});
+    const auto block = rastelo::PixelStore::ForOverwrite(
+        static_cast<LONG>(columns.Length()), static_cast<LONG>(rows.Length()), m_nBitCount);
+    GetImgBlock(static_cast<LONG>(columns.first), static_cast<LONG>(rows.first), block.width,
+                block.height, m_nBitCount, block.bits.get());
     return WriteJpeg(path, block.Pixels(), m_nBitCount, properties);
   });
 }

@@ -113,8 +113,8 @@ void TransposeFrom16(D d8, const std::uint8_t* from, std::ptrdiff_t fromPitch, s
 }
 
 /// Transposes as many vectors as they have lanes: lane i of vector k goes to lane k of vector i.
-/// Each round puts the even lanes of all vectors before the odd ones; in the index of a number among
-/// all, which is lanes * k + i, that takes the lowest bit to the top.
+/// Each round puts the even lanes of all vectors before the odd ones; in the index of a number
+/// among all, which is lanes * k + i, that takes the lowest bit to the top.
 template <class D>
 HWY_INLINE void TransposeLanes(D d, hn::Vec<D>* a) {
   constexpr std::size_t kLanes = hn::MaxLanes(D());
