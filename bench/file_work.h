@@ -1,5 +1,4 @@
-#ifndef RASTELO_BENCH_FILE_WORK_H
-#define RASTELO_BENCH_FILE_WORK_H
+#pragma once
 
 #include <filesystem>
 #include <string>
@@ -18,5 +17,3 @@ inline std::string FilePath(const Setting& setting, const std::string& extension
 }
 
 }  // namespace judge
-
-#endif  // RASTELO_BENCH_FILE_WORK_H

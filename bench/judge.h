@@ -1,5 +1,4 @@
-#ifndef RASTELO_BENCH_JUDGE_H
-#define RASTELO_BENCH_JUDGE_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -57,5 +56,3 @@ MakeWork ToTarget(int bitCount, int targetBitCount,
 void Keep(const void* value);
 
 }  // namespace judge
-
-#endif  // RASTELO_BENCH_JUDGE_H

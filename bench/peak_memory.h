@@ -1,5 +1,4 @@
-#ifndef RASTELO_BENCH_PEAK_MEMORY_H
-#define RASTELO_BENCH_PEAK_MEMORY_H
+#pragma once
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -18,5 +17,3 @@ double PeakMemory(Work work) {
   wait4(child, &status, 0, &usage);
   return static_cast<double>(usage.ru_maxrss) / 1024;
 }
-
-#endif  // RASTELO_BENCH_PEAK_MEMORY_H

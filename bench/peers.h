@@ -1,5 +1,4 @@
-#ifndef RASTELO_BENCH_PEERS_H
-#define RASTELO_BENCH_PEERS_H
+#pragma once
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -39,5 +38,3 @@ MakeWork PeerInPlace(int bitCount, Run run) {
 }
 
 }  // namespace judge
-
-#endif  // RASTELO_BENCH_PEERS_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FUZZ_INPUT_H
-#define RASTELO_FUZZ_INPUT_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -37,5 +36,3 @@ class Input {
 };
 
 }  // namespace fuzz
-
-#endif  // RASTELO_FUZZ_INPUT_H

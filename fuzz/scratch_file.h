@@ -1,5 +1,4 @@
-#ifndef RASTELO_FUZZ_SCRATCH_FILE_H
-#define RASTELO_FUZZ_SCRATCH_FILE_H
+#pragma once
 
 #include <cstdio>
 #include <filesystem>
@@ -28,5 +27,3 @@ class ScratchFile {
 
   std::string path_;
 };
-
-#endif  // RASTELO_FUZZ_SCRATCH_FILE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FUZZ_TARGETS_H
-#define RASTELO_FUZZ_TARGETS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -18,5 +17,3 @@ void DrawOnDevice(const std::uint8_t* data, std::size_t size);
 void RunOperations(const std::uint8_t* data, std::size_t size);
 
 }  // namespace fuzz
-
-#endif  // RASTELO_FUZZ_TARGETS_H

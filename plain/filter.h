@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLAIN_FILTER_H
-#define RASTELO_PLAIN_FILTER_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -13,5 +12,3 @@ void EvenColumns(rastelo::ImageView gray, int limit);
 bool ExceedsShare(rastelo::ConstImageView gray, int level, double share);
 
 }  // namespace plain
-
-#endif  // RASTELO_PLAIN_FILTER_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLAIN_FREQUENCY_H
-#define RASTELO_PLAIN_FREQUENCY_H
+#pragma once
 
 #include <cstdint>
 
@@ -18,5 +17,3 @@ void InvertPlane(const Complex* coefficients, std::int32_t width, std::int32_t h
                  std::uint8_t* cells);
 
 }  // namespace plain
-
-#endif  // RASTELO_PLAIN_FREQUENCY_H

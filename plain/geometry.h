@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLAIN_GEOMETRY_H
-#define RASTELO_PLAIN_GEOMETRY_H
+#pragma once
 
 #include "geometry/rotate.h"
 #include "pixels/image_view.h"
@@ -12,5 +11,3 @@ void RotateQuarter(rastelo::ConstImageView source, int pixelBytes, rastelo::Quar
 void ZoomBilinear(rastelo::ConstImageView source, rastelo::ImageView target, int pixelBytes);
 
 }  // namespace plain
-
-#endif  // RASTELO_PLAIN_GEOMETRY_H

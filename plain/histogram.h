@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLAIN_HISTOGRAM_H
-#define RASTELO_PLAIN_HISTOGRAM_H
+#pragma once
 
 #include "histogram/class_pair.h"
 #include "histogram/gray_map.h"
@@ -14,5 +13,3 @@ void ApplyPlaneMaps(rastelo::ImageView bgr, const std::array<rastelo::GrayMap, 3
 std::optional<rastelo::ThresholdPair> FindClassPair(rastelo::LevelCounts counts);
 
 }  // namespace plain
-
-#endif  // RASTELO_PLAIN_HISTOGRAM_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLAIN_IMAGE_H
-#define RASTELO_PLAIN_IMAGE_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -10,5 +9,3 @@ void ReduceToKeyColour(rastelo::ImageView bgr);
 void SpreadRowsTopFirst(rastelo::ConstImageView pixels, int bitCount, rastelo::ImageView topFirst);
 
 }  // namespace plain
-
-#endif  // RASTELO_PLAIN_IMAGE_H

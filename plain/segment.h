@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLAIN_SEGMENT_H
-#define RASTELO_PLAIN_SEGMENT_H
+#pragma once
 
 #include <optional>
 
@@ -18,5 +17,3 @@ void SegmentOtsu(rastelo::ImageView gray);
 void SegmentContrasts(rastelo::ImageView gray, std::int32_t radius);
 
 }  // namespace plain
-
-#endif  // RASTELO_PLAIN_SEGMENT_H

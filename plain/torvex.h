@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLAIN_TORVEX_H
-#define RASTELO_PLAIN_TORVEX_H
+#pragma once
 
 #include "rastelo.h"
 
@@ -15,5 +14,3 @@ inline Complex Mul(const Complex& a, const Complex& b) {
 }
 
 }  // namespace Torvex
-
-#endif  // RASTELO_PLAIN_TORVEX_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_SAMPLES_CANVAS_H
-#define RASTELO_SAMPLES_CANVAS_H
+#pragma once
 
 #include <algorithm>
 #include <cmath>
@@ -120,5 +119,3 @@ inline Picture FinishPicture(const Canvas<float>& canvas) {
 }
 
 }  // namespace rastelo::samples
-
-#endif  // RASTELO_SAMPLES_CANVAS_H

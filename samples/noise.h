@@ -1,5 +1,4 @@
-#ifndef RASTELO_SAMPLES_NOISE_H
-#define RASTELO_SAMPLES_NOISE_H
+#pragma once
 
 #include <algorithm>
 #include <cmath>
@@ -70,5 +69,3 @@ inline float SampleFractal(float x, float y, int layers, std::uint32_t seed) {
 }
 
 }  // namespace rastelo::samples
-
-#endif  // RASTELO_SAMPLES_NOISE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_SAMPLES_PICTURES_H
-#define RASTELO_SAMPLES_PICTURES_H
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -48,5 +47,3 @@ Picture PaintCells();
 Picture PaintSprite();
 
 }  // namespace rastelo::samples
-
-#endif  // RASTELO_SAMPLES_PICTURES_H

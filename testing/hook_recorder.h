@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTING_HOOK_RECORDER_H
-#define RASTELO_TESTING_HOOK_RECORDER_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -11,5 +10,3 @@ struct HookRecorder {
   std::vector<std::string> boxes;  // text, then caption
   std::string trace;
 };
-
-#endif  // RASTELO_TESTING_HOOK_RECORDER_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTING_JPEG_SAMPLES_H
-#define RASTELO_TESTING_JPEG_SAMPLES_H
+#pragma once
 
 #include <algorithm>
 #include <cstdint>
@@ -89,5 +88,3 @@ inline std::uint8_t* FrameOf(std::vector<std::uint8_t>& file) {
 }
 
 }  // namespace fuzz
-
-#endif  // RASTELO_TESTING_JPEG_SAMPLES_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTING_LITERAL_IMAGE_H
-#define RASTELO_TESTING_LITERAL_IMAGE_H
+#pragma once
 
 #include <cstdint>
 #include <initializer_list>
@@ -27,5 +26,3 @@ std::ostream& operator<<(std::ostream& stream, const LiteralImage& image);
 
 /// The same pixels for the same size: every byte value, in no order.
 LiteralImage Noise(std::int32_t width, std::int32_t height, int pixelBytes = 1);
-
-#endif  // RASTELO_TESTING_LITERAL_IMAGE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTING_OBJECT_STATE_H
-#define RASTELO_TESTING_OBJECT_STATE_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -32,5 +31,3 @@ std::vector<std::uint8_t> ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
 /// A folder of the test's own, empty at its start. Ends in "/".
 std::string TestFolder();
-
-#endif  // RASTELO_TESTING_OBJECT_STATE_H

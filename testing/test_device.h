@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTING_TEST_DEVICE_H
-#define RASTELO_TESTING_TEST_DEVICE_H
+#pragma once
 
 #include "rastelo_platform.h"
 
@@ -22,5 +21,3 @@ class TestDevice {
   unsigned char* surface_ = nullptr;
   HDC handle_;
 };
-
-#endif  // RASTELO_TESTING_TEST_DEVICE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTS_ALLOCATIONS_H
-#define RASTELO_TESTS_ALLOCATIONS_H
+#pragma once
 
 #include <cstddef>
 
@@ -18,5 +17,3 @@ struct FailAfter {
 };
 
 }  // namespace allocations
-
-#endif  // RASTELO_TESTS_ALLOCATIONS_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTS_AWKWARD_COUNTS_H
-#define RASTELO_TESTS_AWKWARD_COUNTS_H
+#pragma once
 
 #include <random>
 
@@ -24,5 +23,3 @@ inline rastelo::Histogram AwkwardCounts(unsigned n, std::size_t last) {
     for (std::size_t i = 0; 2 * i < last; ++i) counts[last - i] = counts[i];
   return counts;
 }
-
-#endif  // RASTELO_TESTS_AWKWARD_COUNTS_H

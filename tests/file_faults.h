@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTS_FILE_FAULTS_H
-#define RASTELO_TESTS_FILE_FAULTS_H
+#pragma once
 
 #include <cstddef>
 
@@ -17,5 +16,3 @@ extern constinit thread_local FileFaults fileFaults;
 
 /// What this thread's calls have read.
 extern constinit thread_local std::size_t fileBytesRead;
-
-#endif  // RASTELO_TESTS_FILE_FAULTS_H

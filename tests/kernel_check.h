@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTS_KERNEL_CHECK_H
-#define RASTELO_TESTS_KERNEL_CHECK_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -44,5 +43,3 @@ using ToTarget = std::function<void(rastelo::ConstImageView, rastelo::ImageView)
 void ExpectSameTarget(int pixelBytes,
                       const std::function<TestPicture(const TestPicture&)>& makeTarget,
                       const ToTarget& ours, const ToTarget& plain);
-
-#endif  // RASTELO_TESTS_KERNEL_CHECK_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_CONTACT_SHEET_H
-#define RASTELO_TOOLS_CONTACT_SHEET_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -18,5 +17,3 @@ struct Tile {
 CRastelo MakeContactSheet(std::vector<std::vector<Tile>>& rows);
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_CONTACT_SHEET_H

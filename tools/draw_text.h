@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_DRAW_TEXT_H
-#define RASTELO_TOOLS_DRAW_TEXT_H
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -48,5 +47,3 @@ void DrawGrayCaption(ImageView gray, int x, int yFromTop, std::string_view text,
                      std::uint8_t level);
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_DRAW_TEXT_H

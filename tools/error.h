@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_ERROR_H
-#define RASTELO_TOOLS_ERROR_H
+#pragma once
 
 #include <stdexcept>
 
@@ -16,5 +15,3 @@ struct OperationError : std::runtime_error {
 };
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_ERROR_H

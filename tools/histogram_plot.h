@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_HISTOGRAM_PLOT_H
-#define RASTELO_TOOLS_HISTOGRAM_PLOT_H
+#pragma once
 
 #include <array>
 #include <optional>
@@ -35,5 +34,3 @@ struct HistogramPlot {
 CRastelo DrawHistogram(const HistogramPlot& plot);
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_HISTOGRAM_PLOT_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_PICTURE_FILE_H
-#define RASTELO_TOOLS_PICTURE_FILE_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -23,5 +22,3 @@ void OpenPicture(CRastelo& image, const std::string& path, bool asIs);
 void SavePicture(const std::string& path, const std::function<int(const char*)>& save);
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_PICTURE_FILE_H

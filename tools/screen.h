@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_SCREEN_H
-#define RASTELO_TOOLS_SCREEN_H
+#pragma once
 
 #include "rastelo.h"
 
@@ -13,5 +12,3 @@ CRastelo PictureOf(const MemoryDeviceContext& screen);
 CRastelo ScalePicture(CRastelo& image, int width, int height);
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_SCREEN_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_STEP_ARGUMENTS_H
-#define RASTELO_TOOLS_STEP_ARGUMENTS_H
+#pragma once
 
 #include <charconv>
 #include <string>
@@ -54,5 +53,3 @@ void RequireGray(const CRastelo& image);
 void RequirePictureName(const std::string& path);
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_STEP_ARGUMENTS_H

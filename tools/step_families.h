@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_STEP_FAMILIES_H
-#define RASTELO_TOOLS_STEP_FAMILIES_H
+#pragma once
 
 #include <span>
 
@@ -15,5 +14,3 @@ std::span<const Step> FilterSteps();
 std::span<const Step> FrequencySteps();
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_STEP_FAMILIES_H

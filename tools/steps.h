@@ -1,5 +1,4 @@
-#ifndef RASTELO_TOOLS_STEPS_H
-#define RASTELO_TOOLS_STEPS_H
+#pragma once
 
 #include <functional>
 #include <optional>
@@ -38,5 +37,3 @@ const std::vector<Step>& Steps();
 Action ParseStep(const std::string& text);
 
 }  // namespace rastelo::tools
-
-#endif  // RASTELO_TOOLS_STEPS_H

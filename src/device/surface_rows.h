@@ -1,5 +1,4 @@
-#ifndef RASTELO_DEVICE_SURFACE_ROWS_H
-#define RASTELO_DEVICE_SURFACE_ROWS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -41,5 +40,3 @@ void GatherPixels(const std::uint8_t* row, const std::uint8_t* following, bool n
 void EndGather();
 
 }  // namespace rastelo
-
-#endif  // RASTELO_DEVICE_SURFACE_ROWS_H

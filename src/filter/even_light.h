@@ -1,5 +1,4 @@
-#ifndef RASTELO_FILTER_EVEN_LIGHT_H
-#define RASTELO_FILTER_EVEN_LIGHT_H
+#pragma once
 
 #include <span>
 
@@ -31,5 +30,3 @@ void MeasureColumns(ConstImageView gray, int limit, std::span<ColumnLight> colum
 bool LiftColumns(ImageView gray, std::span<ColumnLight> columns);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FILTER_EVEN_LIGHT_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FILTER_INVERT_H
-#define RASTELO_FILTER_INVERT_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -9,5 +8,3 @@ namespace rastelo {
 void InvertBytes(ImageView image);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FILTER_INVERT_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FILTER_PUSH_H
-#define RASTELO_FILTER_PUSH_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -10,5 +9,3 @@ namespace rastelo {
 void PushLevels(ImageView gray, int threshold, bool clearLow, bool raiseHigh);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FILTER_PUSH_H

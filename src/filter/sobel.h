@@ -1,5 +1,4 @@
-#ifndef RASTELO_FILTER_SOBEL_H
-#define RASTELO_FILTER_SOBEL_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -11,5 +10,3 @@ namespace rastelo {
 void ApplySobel(ImageView gray);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FILTER_SOBEL_H

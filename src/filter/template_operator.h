@@ -1,5 +1,4 @@
-#ifndef RASTELO_FILTER_TEMPLATE_OPERATOR_H
-#define RASTELO_FILTER_TEMPLATE_OPERATOR_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -16,5 +15,3 @@ namespace rastelo {
 void ApplyTemplate(ImageView gray, const double* entries, std::int32_t size);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FILTER_TEMPLATE_OPERATOR_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FILTER_TEMPLATE_PLAN_H
-#define RASTELO_FILTER_TEMPLATE_PLAN_H
+#pragma once
 
 #include <cstdint>
 
@@ -26,5 +25,3 @@ struct TemplatePlan {
 TemplatePlan PlanTemplate(const double* entries, std::int32_t count);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FILTER_TEMPLATE_PLAN_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FILTER_WAVEFRONT_SCHEDULE_H
-#define RASTELO_FILTER_WAVEFRONT_SCHEDULE_H
+#pragma once
 
 #include <algorithm>
 #include <cstddef>
@@ -85,5 +84,3 @@ class WavefrontSchedule {
 };
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FILTER_WAVEFRONT_SCHEDULE_H

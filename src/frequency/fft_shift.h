@@ -1,5 +1,4 @@
-#ifndef RASTELO_FREQUENCY_FFT_SHIFT_H
-#define RASTELO_FREQUENCY_FFT_SHIFT_H
+#pragma once
 
 #include <cstddef>
 
@@ -12,5 +11,3 @@ constexpr std::ptrdiff_t FftShift(std::ptrdiff_t index, std::ptrdiff_t size) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FREQUENCY_FFT_SHIFT_H

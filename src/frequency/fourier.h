@@ -1,5 +1,4 @@
-#ifndef RASTELO_FREQUENCY_FOURIER_H
-#define RASTELO_FREQUENCY_FOURIER_H
+#pragma once
 
 #include "frequency/fourier_lines.h"
 #include "pixels/image_view.h"
@@ -47,5 +46,3 @@ void DrawReconstruction(const Complex* elements, std::int32_t width, std::int32_
                         std::uint8_t* cells);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FREQUENCY_FOURIER_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FREQUENCY_FOURIER_LINES_H
-#define RASTELO_FREQUENCY_FOURIER_LINES_H
+#pragma once
 
 #include <memory>
 
@@ -54,5 +53,3 @@ struct FourierLines {
 };
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FREQUENCY_FOURIER_LINES_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_FREQUENCY_MAGNITUDES_H
-#define RASTELO_FREQUENCY_MAGNITUDES_H
+#pragma once
 
 #include <cstdint>
 
@@ -17,5 +16,3 @@ void CutMagnitudes(Complex* coefficients, std::int32_t width, std::int32_t heigh
                    std::uint8_t* cells);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_FREQUENCY_MAGNITUDES_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_GEOMETRY_BLOCK_H
-#define RASTELO_GEOMETRY_BLOCK_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -18,5 +17,3 @@ void BlackenOutside(ImageView image, int pixelBytes, std::int32_t x, std::int32_
                     std::int32_t width, std::int32_t height);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_GEOMETRY_BLOCK_H

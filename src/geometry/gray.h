@@ -1,5 +1,4 @@
-#ifndef RASTELO_GEOMETRY_GRAY_H
-#define RASTELO_GEOMETRY_GRAY_H
+#pragma once
 
 #include "pixels/image_view.h"
 #include "pixels/pixel_store.h"
@@ -27,5 +26,3 @@ inline PixelStore ConvertToGray(ConstImageView bgr) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_GEOMETRY_GRAY_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_GEOMETRY_ROTATE_H
-#define RASTELO_GEOMETRY_ROTATE_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -17,5 +16,3 @@ enum class QuarterTurn { kCounterClockwise, kClockwise };
 void RotateQuarter(ConstImageView source, int pixelBytes, QuarterTurn turn, ImageView target);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_GEOMETRY_ROTATE_H

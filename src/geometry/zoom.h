@@ -1,5 +1,4 @@
-#ifndef RASTELO_GEOMETRY_ZOOM_H
-#define RASTELO_GEOMETRY_ZOOM_H
+#pragma once
 
 #include <optional>
 
@@ -25,5 +24,3 @@ void ZoomBilinear(ConstImageView source, int sourceBytes, ImageView target, int 
 std::optional<std::int32_t> ZoomSide(std::int32_t side, double factor);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_GEOMETRY_ZOOM_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_GEOMETRY_ZOOM_SAMPLE_H
-#define RASTELO_GEOMETRY_ZOOM_SAMPLE_H
+#pragma once
 
 #include <algorithm>
 #include <cstdint>
@@ -23,5 +22,3 @@ inline Sample Place(std::int32_t target, float scale, std::int32_t sourceSide) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_GEOMETRY_ZOOM_SAMPLE_H

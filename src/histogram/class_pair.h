@@ -1,5 +1,4 @@
-#ifndef RASTELO_HISTOGRAM_CLASS_PAIR_H
-#define RASTELO_HISTOGRAM_CLASS_PAIR_H
+#pragma once
 
 #include <optional>
 
@@ -20,5 +19,3 @@ struct ThresholdPair {
 std::optional<ThresholdPair> FindClassPair(LevelCounts counts);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_HISTOGRAM_CLASS_PAIR_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_HISTOGRAM_COUNT_BYTES_H
-#define RASTELO_HISTOGRAM_COUNT_BYTES_H
+#pragma once
 
 #include <hwy/cache_control.h>
 
@@ -41,5 +40,3 @@ std::array<Histogram, kPlanes> CountBytes(ConstImageView image) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_HISTOGRAM_COUNT_BYTES_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_HISTOGRAM_GRAY_MAP_H
-#define RASTELO_HISTOGRAM_GRAY_MAP_H
+#pragma once
 
 #include <array>
 
@@ -43,5 +42,3 @@ void ApplyMap(ImageView gray, const GrayMap& map);
 void ApplyPlaneMaps(ImageView bgr, const std::array<GrayMap, 3>& maps);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_HISTOGRAM_GRAY_MAP_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_HISTOGRAM_HISTOGRAM_H
-#define RASTELO_HISTOGRAM_HISTOGRAM_H
+#pragma once
 
 #include <array>
 #include <span>
@@ -34,5 +33,3 @@ int MeanLevel(ConstImageView gray);
 int MeanOfCounts(LevelCounts counts);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_HISTOGRAM_HISTOGRAM_H

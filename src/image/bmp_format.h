@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_BMP_FORMAT_H
-#define RASTELO_IMAGE_BMP_FORMAT_H
+#pragma once
 
 #include <array>
 #include <optional>
@@ -54,5 +53,3 @@ std::array<std::uint8_t, kBmpInfoHeaderBytes> MakeBmpInfoHeader(const ConstImage
 std::array<std::uint8_t, kBmpGrayTableBytes> MakeBmpGrayTable();
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_BMP_FORMAT_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_DRAW_AREA_H
-#define RASTELO_IMAGE_DRAW_AREA_H
+#pragma once
 
 #include <cstdint>
 
@@ -24,5 +23,3 @@ constexpr std::int32_t Wrap32(std::int64_t sum) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_DRAW_AREA_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_INSIDE_H
-#define RASTELO_IMAGE_INSIDE_H
+#pragma once
 
 #include <memory>
 
@@ -107,5 +106,3 @@ struct Inside {
 };
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_INSIDE_H

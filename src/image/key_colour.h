@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_KEY_COLOUR_H
-#define RASTELO_IMAGE_KEY_COLOUR_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -11,5 +10,3 @@ namespace rastelo {
 void ReduceToKeyColour(ImageView bgr);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_KEY_COLOUR_H

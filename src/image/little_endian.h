@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_LITTLE_ENDIAN_H
-#define RASTELO_IMAGE_LITTLE_ENDIAN_H
+#pragma once
 
 #include <cstdint>
 
@@ -24,5 +23,3 @@ inline void Store32(std::uint8_t* bytes, std::uint32_t value) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_LITTLE_ENDIAN_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_MISSING_FILE_MESSAGE_H
-#define RASTELO_IMAGE_MISSING_FILE_MESSAGE_H
+#pragma once
 
 #include "platform/message_box.h"
 
@@ -11,5 +10,3 @@ inline void ShowMissingFileMessage() {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_MISSING_FILE_MESSAGE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_REVERSE_ROWS_H
-#define RASTELO_IMAGE_REVERSE_ROWS_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -10,5 +9,3 @@ namespace rastelo {
 void ReverseRows(ImageView image);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_REVERSE_ROWS_H

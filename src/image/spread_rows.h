@@ -1,5 +1,4 @@
-#ifndef RASTELO_IMAGE_SPREAD_ROWS_H
-#define RASTELO_IMAGE_SPREAD_ROWS_H
+#pragma once
 
 #include "pixels/image_view.h"
 
@@ -12,5 +11,3 @@ namespace rastelo {
 void SpreadRowsTopFirst(ConstImageView pixels, int bitCount, ImageView topFirst);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_IMAGE_SPREAD_ROWS_H

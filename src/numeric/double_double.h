@@ -1,5 +1,4 @@
-#ifndef RASTELO_NUMERIC_DOUBLE_DOUBLE_H
-#define RASTELO_NUMERIC_DOUBLE_DOUBLE_H
+#pragma once
 
 namespace rastelo {
 
@@ -66,5 +65,3 @@ constexpr DoubleDouble operator/(const DoubleDouble& a, double b) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_NUMERIC_DOUBLE_DOUBLE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_NUMERIC_FIRST_LEAST_H
-#define RASTELO_NUMERIC_FIRST_LEAST_H
+#pragma once
 
 #include <limits>
 #include <optional>
@@ -51,5 +50,3 @@ std::optional<Place> FindFirstLeast(ForEach forEach, CloseTo closeTo, double mos
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_NUMERIC_FIRST_LEAST_H

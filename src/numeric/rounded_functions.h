@@ -1,5 +1,4 @@
-#ifndef RASTELO_NUMERIC_ROUNDED_FUNCTIONS_H
-#define RASTELO_NUMERIC_ROUNDED_FUNCTIONS_H
+#pragma once
 
 #include "rastelo.h"
 
@@ -17,5 +16,3 @@ double RoundedExp(double x);
 Complex RoundedUnit(double angle);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_NUMERIC_ROUNDED_FUNCTIONS_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_NUMERIC_TRUNCATE_H
-#define RASTELO_NUMERIC_TRUNCATE_H
+#pragma once
 
 #include <cstdint>
 
@@ -16,5 +15,3 @@ constexpr std::uint8_t LowByte(double value) { return static_cast<std::uint8_t>(
 constexpr std::int32_t LowInt32(double value) { return static_cast<std::int32_t>(Truncate(value)); }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_NUMERIC_TRUNCATE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PIXELS_ALLOCATE_ARRAY_H
-#define RASTELO_PIXELS_ALLOCATE_ARRAY_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -24,5 +23,3 @@ std::shared_ptr<T[]> AllocateArray(std::size_t count) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_PIXELS_ALLOCATE_ARRAY_H

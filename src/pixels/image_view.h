@@ -1,5 +1,4 @@
-#ifndef RASTELO_PIXELS_IMAGE_VIEW_H
-#define RASTELO_PIXELS_IMAGE_VIEW_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -36,5 +35,3 @@ constexpr bool FitsBuffer(std::int32_t width, std::int32_t height, int bits) {
 constexpr bool IsKnownDepth(int bits) { return bits == 8 || bits == 24; }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_PIXELS_IMAGE_VIEW_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PIXELS_INTERVAL_H
-#define RASTELO_PIXELS_INTERVAL_H
+#pragma once
 
 #include <algorithm>
 #include <cstdint>
@@ -22,5 +21,3 @@ constexpr Interval Clip(Interval interval, Interval limits) {
 }
 
 }  // namespace rastelo
-
-#endif  // RASTELO_PIXELS_INTERVAL_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PIXELS_PIXEL_STORE_H
-#define RASTELO_PIXELS_PIXEL_STORE_H
+#pragma once
 
 #include <memory>
 
@@ -27,5 +26,3 @@ struct PixelStore {
 };
 
 }  // namespace rastelo
-
-#endif  // RASTELO_PIXELS_PIXEL_STORE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_CLOCK_H
-#define RASTELO_PLATFORM_CLOCK_H
+#pragma once
 
 #include <cstdint>
 
@@ -9,5 +8,3 @@ namespace rastelo::platform {
 std::uint32_t TickCount();
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_CLOCK_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_DEBUG_OUTPUT_H
-#define RASTELO_PLATFORM_DEBUG_OUTPUT_H
+#pragma once
 
 namespace rastelo::platform {
 
@@ -7,5 +6,3 @@ namespace rastelo::platform {
 void WriteDebugOutput(const char* text);
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_DEBUG_OUTPUT_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_DEVICE_CONTEXT_H
-#define RASTELO_PLATFORM_DEVICE_CONTEXT_H
+#pragma once
 
 #include "rastelo_platform.h"
 
@@ -20,5 +19,3 @@ int StretchDIBits(HDC hdc, int x, int y, int width, int height, int sourceX, int
 int SetStretchBltMode(HDC hdc, int mode);
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_DEVICE_CONTEXT_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_FILE_H
-#define RASTELO_PLATFORM_FILE_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -38,5 +37,3 @@ class File {
 };
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_FILE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_JPEG_CODEC_H
-#define RASTELO_PLATFORM_JPEG_CODEC_H
+#pragma once
 
 namespace rastelo::platform {
 
@@ -52,5 +51,3 @@ IJLERR ijlWrite(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type);
 IJLERR ijlFree(JPEG_CORE_PROPERTIES* properties);
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_JPEG_CODEC_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_MEMORY_H
-#define RASTELO_PLATFORM_MEMORY_H
+#pragma once
 
 #include <cstddef>
 
@@ -13,5 +12,3 @@ inline constexpr std::size_t kLargePageBytes = std::size_t{2} << 20;
 void PreferLargePages(void* memory, std::size_t bytes);
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_MEMORY_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_MESSAGE_BOX_H
-#define RASTELO_PLATFORM_MESSAGE_BOX_H
+#pragma once
 
 namespace rastelo::platform {
 
@@ -8,5 +7,3 @@ namespace rastelo::platform {
 void ShowMessageBox(const char* text, const char* caption);
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_MESSAGE_BOX_H

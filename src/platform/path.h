@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_PATH_H
-#define RASTELO_PLATFORM_PATH_H
+#pragma once
 
 #include <string>
 
@@ -10,5 +9,3 @@ namespace rastelo::platform {
 std::string PathExtension(const char* path);
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_PATH_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_SEGMENT_GRAPH_CUT_H
-#define RASTELO_SEGMENT_GRAPH_CUT_H
+#pragma once
 
 #include <array>
 
@@ -38,5 +37,3 @@ struct GraphCutTables {
 int FindGraphCutThreshold(ConstImageView gray, GraphCutTables& tables);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_SEGMENT_GRAPH_CUT_H

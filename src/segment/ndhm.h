@@ -1,5 +1,4 @@
-#ifndef RASTELO_SEGMENT_NDHM_H
-#define RASTELO_SEGMENT_NDHM_H
+#pragma once
 
 #include <array>
 #include <span>
@@ -22,5 +21,3 @@ std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t rad
 int FindContrastThreshold(const std::array<std::int32_t, 256>& totals);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_SEGMENT_NDHM_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_SEGMENT_OTSU_H
-#define RASTELO_SEGMENT_OTSU_H
+#pragma once
 
 #include <optional>
 
@@ -17,5 +16,3 @@ namespace rastelo {
 std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high);
 
 }  // namespace rastelo
-
-#endif  // RASTELO_SEGMENT_OTSU_H

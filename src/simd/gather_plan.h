@@ -1,5 +1,4 @@
-#ifndef RASTELO_SIMD_GATHER_PLAN_H
-#define RASTELO_SIMD_GATHER_PLAN_H
+#pragma once
 
 #include <cstdint>
 
@@ -17,5 +16,3 @@ struct GatherPlan {
 };
 
 }  // namespace rastelo
-
-#endif  // RASTELO_SIMD_GATHER_PLAN_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_SIMD_NON_TEMPORAL_H
-#define RASTELO_SIMD_NON_TEMPORAL_H
+#pragma once
 
 #include <cstdint>
 
@@ -15,5 +14,3 @@ constexpr std::int64_t kNonTemporalBytes = std::int64_t{2} << 20;
 constexpr std::int64_t kNonTemporalBytesReadAgain = std::int64_t{16} << 20;
 
 }  // namespace rastelo
-
-#endif  // RASTELO_SIMD_NON_TEMPORAL_H

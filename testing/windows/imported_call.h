@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTING_WINDOWS_IMPORTED_CALL_H
-#define RASTELO_TESTING_WINDOWS_IMPORTED_CALL_H
+#pragma once
 
 /// Leads every call that this program makes to the system's function `name` to `replacement`
 /// instead. @return the system's function.
@@ -10,5 +9,3 @@ Function* ReplaceImportedCall(const char* name, Function* replacement) {
   return reinterpret_cast<Function*>(
       ReplaceImportedCall(name, reinterpret_cast<void*>(replacement)));
 }
-
-#endif  // RASTELO_TESTING_WINDOWS_IMPORTED_CALL_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_PLATFORM_PORTABLE_CALL_HOST_H
-#define RASTELO_PLATFORM_PORTABLE_CALL_HOST_H
+#pragma once
 
 namespace rastelo::platform {
 
@@ -15,5 +14,3 @@ Result CallHost(Code code, Result otherwise) noexcept {
 }
 
 }  // namespace rastelo::platform
-
-#endif  // RASTELO_PLATFORM_PORTABLE_CALL_HOST_H
