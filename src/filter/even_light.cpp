@@ -58,7 +58,8 @@ struct StripSums {
 };
 
 /// Adds rows, so few that 16 bits hold their sums of levels, to the sums of a vector of columns.
-void SumVector(ConstImageView rows, std::size_t column, std::uint8_t brightest, StripSums& sums) {
+HWY_INLINE void SumVector(ConstImageView rows, std::size_t column, std::uint8_t brightest,
+                          StripSums& sums) {
   const D8 d8;
   auto counts = hn::Zero(d8);
   hn::Vec<D16> levels[2] = {hn::Zero(D16()), hn::Zero(D16())};
@@ -147,7 +148,7 @@ struct StripLift {
 };
 
 /// @return the bits that have changed in some byte.
-hn::Vec<D8> LiftRow(std::uint8_t* row, std::size_t width, StripLift& lift) {
+HWY_INLINE hn::Vec<D8> LiftRow(std::uint8_t* row, std::size_t width, StripLift& lift) {
   const D8 d8;
   auto changes = hn::Zero(d8);
   std::size_t column = 0;

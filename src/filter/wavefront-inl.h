@@ -29,13 +29,15 @@ HWY_INLINE hn::Mask<D> ActiveLanes(D d, std::ptrdiff_t slot, const ActiveSlots& 
                 hn::Not(isBelow(active.previous)));
 }
 
-/// Stores the cells of the active slots.
-template <std::ptrdiff_t kRows, class D>
-HWY_INLINE void StoreActive(D d, hn::Vec<D> cells, hn::TFromD<D>* slot0, std::ptrdiff_t slot,
-                            const ActiveSlots& active) {
-  if (active.begin > 0 || active.end < kRows)
-    cells = hn::IfThenElse(ActiveLanes(d, slot, active), cells, hn::LoadU(d, slot0 + slot));
-  hn::StoreU(cells, d, slot0 + slot);
+/// Puts back the cells of slots that write nothing.
+template <class D, std::size_t kVectors>
+HWY_INLINE void KeepInactive(D d, const hn::TFromD<D>* slot0, std::ptrdiff_t slot,
+                             const ActiveSlots& active, hn::Vec<D> (&cells)[kVectors]) {
+  for (hn::Vec<D>& vector : cells) {
+    const auto isActive = ActiveLanes(d, slot, active);
+    vector = hn::IfThenElse(isActive, vector, hn::LoadU(d, slot0 + slot));
+    slot += static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  }
 }
 
 /// Filters an 8-bit image in place, many rows side by side, where each pixel reads what has been
@@ -72,16 +74,17 @@ class Wavefront {
   using Cell = typename Operation::Cell;
 
   void RunStep(Cell* slot0) {
-    const ActiveSlots active = schedule_.FindActive(column_);
+    const bool areAllActive = schedule_.AreAllActive(column_);
+    if (!areAllActive) active_ = schedule_.FindActive(column_);
     if (++column_ == schedule_.period) column_ = 0;
     const hn::ScalableTag<Cell> d;
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    constexpr std::ptrdiff_t kRows = Operation::kRows, kVectors = Operation::kVectors;
-    for (std::ptrdiff_t slot = 0; slot < kRows; slot += kVectors * lanes) {
-      hn::Vec<decltype(d)> cells[kVectors];
+    for (std::ptrdiff_t slot = 0; slot < Operation::kRows; slot += Operation::kVectors * lanes) {
+      hn::Vec<decltype(d)> cells[Operation::kVectors];
       operation_(d, slot0 + slot, cells);
-      for (std::ptrdiff_t v = 0; v < kVectors; ++v)
-        StoreActive<kRows>(d, cells[v], slot0, slot + v * lanes, active);
+      if (HWY_UNLIKELY(!areAllActive)) KeepInactive(d, slot0, slot, active_, cells);
+      for (std::ptrdiff_t v = 0; v < Operation::kVectors; ++v)
+        hn::StoreU(cells[v], d, slot0 + slot + v * lanes);
     }
   }
 
@@ -89,6 +92,7 @@ class Wavefront {
   const Schedule schedule_;
   Window window_;
   std::ptrdiff_t column_ = 0;  // of slot 0 in the next step
+  ActiveSlots active_ = {};    // in steps where not all are
 };
 
 }  // namespace rastelo::HWY_NAMESPACE

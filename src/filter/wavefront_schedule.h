@@ -68,7 +68,11 @@ class WavefrontSchedule {
             place.column - kLag + (isBandBefore ? period : 0)};
   }
 
+  /// Whether all slots are active in the band, and otherwise those that are.
   /// @param column  of slot 0.
+  bool AreAllActive(std::ptrdiff_t column) const {
+    return column >= kHalo + kLag * (kRows - 1) && column < width - kHalo;
+  }
   ActiveSlots FindActive(std::ptrdiff_t column) const {
     const std::ptrdiff_t left = column - kHalo, right = column - (width - kHalo);
     return {right < 0 ? 0 : std::min(right / kLag + 1, kRows),
