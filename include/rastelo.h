@@ -39,8 +39,9 @@ struct Complex {
 ///
 /// Threads. None is started. An object and all its copies belong to one thread at a time; objects
 /// that share nothing may run on different threads, but for draws, of which a process makes one at
-/// a time. Operations keep their tables on the stack: zooms take up to @ZOOM@ KiB of it, filters
-/// @FILTER@, draws @DRAW@, histograms and equalisations @HISTOGRAM@, all others below @OTHER@.
+/// a time. Operations keep their tables on the stack: optimised, zooms take about 112 KiB of it,
+/// filters 90, stretched draws on the device in memory 76, histograms, equalisations and evening 66,
+/// quarter turns 58, all others less than 40.
 ///
 /// Errors. Operations that can fail return 1 for success and 0 for failure. Running out of memory
 /// throws std::bad_alloc, which leaves the object as it was; only the JPEG saves catch it. Where a
