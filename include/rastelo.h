@@ -31,17 +31,16 @@ struct Complex {
 /// area and the same frequency data as its original, until one of the two takes others:
 /// - what changes pixels in place (filters, equalisations and segmentations of 8-bit images,
 ///   ReserveImgBlock, InverseGray) shows through both;
-/// - what makes new pixels (opens, SetExternalImageBits, RGBImg2Gray, RotateImage_Dir, zooms,
-/// Close,
-///   and all that converts a 24-bit image to gray first) changes its own object alone;
+/// - what makes new pixels (opens, Close, SetExternalImageBits, RGBImg2Gray, RotateImage_Dir,
+///   zooms, and all that converts a 24-bit image to gray first) changes its own object alone;
 /// - a one-to-one draw moves the drawn area of both, but only its own pan offsets;
 /// - FFT and IFFT take new memory where coefficients or map are shared; ILPF changes them in both.
 ///
 /// Threads. None is started. An object and all its copies belong to one thread at a time; objects
 /// that share nothing may run on different threads, but for draws, of which a process makes one at
 /// a time. Operations keep their tables on the stack: optimised, zooms take about 112 KiB of it,
-/// filters 90, stretched draws on the device in memory 76, histograms, equalisations and evening 66,
-/// quarter turns 58, all others less than 40.
+/// filters 90, stretched draws on the device in memory 76, histograms, equalisations and evening
+/// 66, quarter turns 58, all others less than 40.
 ///
 /// Errors. Operations that can fail return 1 for success and 0 for failure. Running out of memory
 /// throws std::bad_alloc, which leaves the object as it was; only the JPEG saves catch it. Where a
