@@ -63,7 +63,7 @@ void TransformPlane(Complex* first, Complex* second, std::int32_t width, std::in
 
 namespace {
 
-std::size_t HalfShift(std::size_t place, std::size_t side) {
+std::size_t FftShift(std::size_t place, std::size_t side) {
   return place < side / 2 ? place + side / 2 : place - side / 2;
 }
 
@@ -77,7 +77,7 @@ void VisitCoefficients(Element* coefficients, std::int32_t width, std::int32_t h
   std::fill_n(cells, w * h, std::uint8_t{0});
   for (std::size_t v = 0; v < h; ++v)
     for (std::size_t u = 0; u < w; ++u)
-      visit(coefficients[h * u + v], cells[h * HalfShift(u, w) + HalfShift(v, h)]);
+      visit(coefficients[h * u + v], cells[h * FftShift(u, w) + FftShift(v, h)]);
 }
 
 }  // namespace
@@ -107,7 +107,7 @@ void InvertPlane(const Complex* coefficients, std::int32_t width, std::int32_t h
   std::fill_n(cells, w * h, std::uint8_t{0});
   for (std::size_t y = 0; y < h; ++y)
     for (std::size_t x = 0; x < w; ++x)
-      cells[w * HalfShift(y, h) + HalfShift(x, w)] =
+      cells[w * FftShift(y, h) + FftShift(x, w)] =
           LowByte(second[w * y + x].re / static_cast<double>(w * h));
 }
 
