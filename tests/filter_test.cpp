@@ -60,6 +60,7 @@ TEST(PixelFilters, ReadWhatTheyHaveWritten) {
       {{4294967296.0, 0, 0, 0, 0, 0, 0, 0, 0.5}, 14, 7},  // the low 32 bits
       {{2147483648.0, 0, 0, 0, 0, 0, 0, 0, 0}, 1, 255},   // -2^31
       {{NAN, 7, INFINITY, 7, -1e30, 0, 0, 0, 1}, 5, 5},
+      {{65793, 4, 0, 0, 0, 0, 0, -65793, -4}, 255, 0},      // whole, and odd above 2^24
       {{8000, 0.9999, 0, 0, 0, 0, 0, 0, -8000}, 255, 254},  // too fine for single precision
       // 1 - 2^-52 is all but 1: added to 120, it rounds to 121.
       {{40, 0x1.5555555555554p-2, 0, 0, 0, 0, 0, 0, 0}, 3, 121},
