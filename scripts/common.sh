@@ -1,4 +1,37 @@
-# What the scripts share. Sourced, from the project's top folder.
+# What the scripts share. Each of them sources it first. It goes to the project's top folder and
+# checks the arguments by the head comment of the script, whose line "Usage:" names them: a word in
+# capitals stands for any argument but an option, other words for themselves.
+
+[ -n "${BASH_VERSION:-}" ] || exec bash "$0" "$@" # started by another shell
+set -euo pipefail
+
+usage=$(sed -n 's/^# Usage: //p' "$0")
+
+# fail MESSAGE: ends the script. refuse ARGUMENT: because of an argument that it does not know.
+fail() {
+  echo "error: $1" >&2
+  exit "${2:-1}"
+}
+refuse() { fail "'$1' is no argument here. Usage: $usage" 2; }
+
+check_arguments() {
+  local argument place places place_number=0
+  read -ra places <<<"${usage//[][]/}"
+  for argument; do
+    place=${places[++place_number]:-}
+    case $place,$argument in
+      *,-h | *,--help) sed -n '1d; /^#/!q; s/^# \?//p' "$0" && exit ;;
+      *,-*) refuse "$argument" ;;
+      SECONDS,* | ROUNDS,*) [[ $argument =~ ^[1-9][0-9]*$ ]] || refuse "$argument" ;;
+      [[:upper:]]*,*) ;;
+      *) grep -qxF -- "$argument" <<<"${place//|/$'\n'}" || refuse "$argument" ;;
+    esac
+  done
+}
+check_arguments "$@"
+cd "$(dirname "$0")/.."
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 
 # require PACKAGE=COMMAND|PACKAGE... : has Debian packages at hand, installing those that are
 # missing. PACKAGE=COMMAND counts as there when the command is.
@@ -11,16 +44,11 @@ require() {
     missing+=("$package")
   done
   [ ${#missing[@]} -eq 0 ] && return
-  local as_root=()
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
   echo "Installing ${missing[*]}" >&2
-  if ! command -v apt-get >/dev/null || { [ ${#as_root[@]} -gt 0 ] && ! command -v sudo >/dev/null; } ||
-    ! { "${as_root[@]}" apt-get update -q &&
-      "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -q -y --no-install-recommends "${missing[@]}"; } >&2; then
-    echo "error: cannot install what is missing. As root, run: apt-get install ${missing[*]}" >&2
-    exit 1
-  fi
+  { as_root apt-get update -q &&
+    as_root env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -q -y --no-install-recommends "${missing[@]}"; } >&2 ||
+    fail "cannot install what is missing. As root, run: apt-get update && apt-get install ${missing[*]}"
 }
 
 # debian_archive: where this machine has its Debian packages from, and its release.
@@ -31,12 +59,13 @@ debian_archive() {
     'Created-By: Packages' 'Origin: Debian' "Codename: $release" 'Component: main' | head -n 1
 }
 
-build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev)
+build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev
+  libgtest-dev libgmock-dev)
 
-# build PRESET: configures once, then builds what has changed.
+# build PRESET [OPTION...]: configures once, then builds what has changed.
 build() {
   [ "build/$1/build.ninja" -nt CMakePresets.json ] || cmake --preset "$1" >&2
-  cmake --build --preset "$1" >&2
+  cmake --build --preset "$@" >&2
 }
 
 # fetch_source PACKAGE: unpacks a source package of this Debian into build/cross/source/PACKAGE,

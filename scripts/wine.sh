@@ -1,11 +1,9 @@
-# How programs for Windows run here. Sourced, from the project's top folder, behind common.sh.
+# How programs for Windows run here. Sourced behind common.sh.
 
 root=$PWD/build/wine/i386 # a Debian of 32 bits, where this one has no Wine for them
 mkdir -p build/wine out
 export WINEDEBUG=-all
 unset DISPLAY
-
-as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo -n "$@"; fi; }
 
 has_wine32() { dpkg --print-foreign-architectures | grep -qx i386 && (require wine wine32:i386) >&2; }
 
