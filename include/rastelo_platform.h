@@ -15,7 +15,7 @@
 #include <windows.h>
 #ifdef RASTELO_BUILDING
 #define RASTELO_API __declspec(dllexport)
-#elif defined RASTELO_INTERNAL  // linked with the library's objects instead of the library
+#elif defined RASTELO_STATIC  // linked in
 #define RASTELO_API
 #else
 #define RASTELO_API __declspec(dllimport)
