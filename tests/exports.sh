@@ -4,8 +4,7 @@
 # exports.sh LIBRARY [LIST]: with a LIST, tells in which lines it differs. A change that is meant to
 # change them comes with what it makes of the lists:
 #     tests/exports.sh build/release/librastelo.so >tests/exports/linux.txt
-#     tests/exports.sh build/windows-x64/rastelo.dll >tests/exports/windows-x64.txt
-#     tests/exports.sh build/windows-x86/rastelo.dll >tests/exports/windows-x86.txt
+#     tests/exports.sh build/windows-x64/rastelo.dll >tests/exports/windows.txt
 set -euo pipefail
 library=$1 list=${2:-}
 export LC_ALL=C
