@@ -51,12 +51,28 @@ require() {
     fail "cannot install what is missing. As root, run: apt-get update && apt-get install ${missing[*]}"
 }
 
-# debian_archive: where this machine has its Debian packages from, and its release.
+# debian_sources FORMAT [FILTER...]: where this machine has its Debian packages from.
+debian_sources() { apt-get indextargets --format "$1" 'Created-By: Packages' 'Origin: Debian' "${@:2}"; }
+
+# debian_archive: the one that its release comes from, and the release.
 debian_archive() {
-  local release
+  local release archive=(debian_sources '$(REPO_URI) $(CODENAME)' 'Component: main')
   release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-  apt-get indextargets --format '$(REPO_URI) $(CODENAME)' \
-    'Created-By: Packages' 'Origin: Debian' "Codename: $release" 'Component: main' | head -n 1
+  [ -n "$("${archive[@]}")" ] || as_root apt-get -q update >&2
+  "${archive[@]}" "Codename: $release" | head -n 1
+}
+
+# debian_root FOLDER [OPTION...]: has a minimal Debian of this release in a folder, made once.
+# OPTIONs go to debootstrap.
+debian_root() {
+  local folder=$1 archive release
+  [ ! -e "$folder/made" ] || return 0
+  require debootstrap
+  echo "Making $folder" >&2
+  read -r archive release < <(debian_archive)
+  as_root rm -rf "$folder"
+  as_root debootstrap --variant=minbase "${@:2}" "$release" "$folder" "$archive" \
+    >out/debootstrap.log 2>&1 && as_root touch "$folder/made"
 }
 
 build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev

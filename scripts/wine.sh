@@ -7,17 +7,7 @@ unset DISPLAY
 
 has_wine32() { dpkg --print-foreign-architectures | grep -qx i386 && (require wine wine32:i386) >&2; }
 
-# Makes the root, once.
-has_root32() {
-  (require debootstrap) >&2 || return 1
-  [ ! -e "$root/made" ] || return 0
-  echo "Making $root" >&2
-  as_root rm -rf "$root"
-  local archive release
-  read -r archive release < <(debian_archive)
-  as_root debootstrap --arch=i386 --variant=minbase --include=wine32,wine \
-    "$release" "$root" "$archive" >out/debootstrap.log 2>&1 && as_root mkdir -p "$root/$PWD" && as_root touch "$root/made"
-}
+has_root32() { (debian_root "$root" --arch=i386 --include=wine32,wine) && as_root mkdir -p "$root/$PWD"; }
 
 run_plain() { WINEPREFIX=$prefix wine "$@"; }
 # In the root, with this folder at its own place and a /proc, both gone when the program ends.
