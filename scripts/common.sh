@@ -84,6 +84,14 @@ build() {
   cmake --build --preset "$@" >&2
 }
 
+# build_bench: the benchmarks, beside the peers that it installs.
+build_bench() {
+  require "${build_packages[@]}" libbenchmark-dev libopencv-core-dev libopencv-imgproc-dev \
+    libopencv-imgcodecs-dev libfftw3-dev python3=python3
+  cmake --preset bench >/dev/null # finds peers that have been installed since
+  build bench
+}
+
 # fetch_source PACKAGE: unpacks a source package of this Debian into build/cross/source/PACKAGE,
 # once. apt's own lists and settings stay as they are: this takes a folder of its own.
 fetch_source() {
