@@ -10,8 +10,8 @@
 #include "fuzz/targets.h"
 #include "pixels/image_view.h"
 #include "rastelo.h"
+#include "testing/host.h"
 #include "testing/object_state.h"
-#include "testing/test_device.h"
 
 namespace {
 

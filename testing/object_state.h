@@ -5,7 +5,7 @@
 
 #include "image/inside.h"
 #include "rastelo.h"
-#include "testing/hook_recorder.h"
+#include "testing/host.h"
 #include "testing/literal_image.h"
 
 /// Every member of an object but the pan offsets and the drawn area, buffers by content.

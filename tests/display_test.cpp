@@ -6,8 +6,8 @@
 #include "device/surface_rows.h"
 #include "platform/device_context.h"
 #include "rastelo_device.h"
+#include "testing/host.h"
 #include "testing/object_state.h"
-#include "testing/test_device.h"
 #include "tests/allocations.h"
 #include "tests/kernel_check.h"
 

@@ -22,7 +22,7 @@
 #include "platform/device_context.h"
 #include "rastelo.h"
 #include "segment/graph_cut.h"
-#include "testing/test_device.h"
+#include "testing/host.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include "platform/device_context.h"
 #include "rastelo.h"
 #include "rastelo_device.h"
+#include "testing/host.h"
 #include "testing/literal_image.h"
-#include "testing/test_device.h"
 
 namespace {
 

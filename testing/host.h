@@ -1,6 +1,18 @@
-#pragma once
+#ifndef RASTELO_TESTING_HOST_H
+#define RASTELO_TESTING_HOST_H
+
+#include <string>
+#include <vector>
 
 #include "rastelo_platform.h"
+
+/// Collects what the library sends to the message box and to the debug output while it lives.
+struct HookRecorder {
+  HookRecorder();
+  ~HookRecorder();
+  std::vector<std::string> boxes;  // text, then caption
+  std::string trace;
+};
 
 /// A device of the system's own kind to draw on: what a host hands to the draws. Black at first.
 class TestDevice {
@@ -21,3 +33,5 @@ class TestDevice {
   unsigned char* surface_ = nullptr;
   HDC handle_;
 };
+
+#endif  // RASTELO_TESTING_HOST_H
