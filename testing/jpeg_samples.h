@@ -12,9 +12,8 @@ namespace fuzz {
 
 /// A JPEG file in any of the ways that the codec can write one: 1 channel gray, 3 blue, green, red,
 /// 4 inks. `choose(codec)` changes the defaults, `fill(y, row)` gives the rows from the top.
-template <class Choose, class Fill>
-std::vector<std::uint8_t> EncodeJpeg(int width, int height, int channels, Choose choose,
-                                     Fill fill) {
+inline std::vector<std::uint8_t> EncodeJpeg(int width, int height, int channels, auto choose,
+                                            auto fill) {
   jpeg_compress_struct codec{};
   jpeg_error_mgr errors;
   codec.err = jpeg_std_error(&errors);

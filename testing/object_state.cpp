@@ -6,18 +6,21 @@
 using rastelo::Inside;
 
 namespace {
-std::vector<std::uint8_t> Bytes(const rastelo::PixelStore& store) {
-  return store.bits ? std::vector<std::uint8_t>(store.bits.get(), store.bits.get() + store.Bytes())
-                    : std::vector<std::uint8_t>();
+Bytes Copy(const void* start, std::size_t count) {
+  const auto* bytes = static_cast<const std::uint8_t*>(start);
+  return bytes ? Bytes(bytes, bytes + count) : Bytes();
 }
 }  // namespace
 
 ObjectState::ObjectState(const CRastelo& object) : fileName(Inside::FileName(object)) {
   const rastelo::PixelStore current = Inside::Current(object), copy = Inside::Loaded(object);
-  pixels = Bytes(current);
-  loaded = Bytes(copy);
-  if (const unsigned char* header = Inside::BmpHeader(object))
-    bmpHeader.assign(header, header + 1064);
+  pixels = Copy(current.bits.get(), current.Bytes());
+  loaded = Copy(copy.bits.get(), copy.Bytes());
+  bmpHeader = Copy(Inside::BmpHeader(object), 1064);
+  const rastelo::FrequencyData kept = Inside::Frequencies(object);
+  const std::size_t cells = std::size_t(kept.width) * std::size_t(kept.height);
+  map = Copy(kept.map.get(), cells);
+  coefficients = Copy(kept.coefficients.get(), cells * sizeof(Complex));
   width = current.width;
   height = current.height;
   pitch = current.pitch;
@@ -52,13 +55,12 @@ CRastelo ObjectWith(const LiteralImage& image) {
   return object;
 }
 
-std::vector<std::uint8_t> ReadFile(const std::string& path) {
+Bytes ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes) {
+void WriteFile(const std::string& path, const Bytes& bytes) {
   std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
+      .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
 }

@@ -14,7 +14,7 @@ struct ObjectState {
   bool operator==(const ObjectState&) const = default;
 
   std::string fileName;
-  std::vector<std::uint8_t> pixels, loaded, bmpHeader;
+  Bytes pixels, loaded, bmpHeader, map, coefficients;
   LONG width, height, pitch, loadedWidth, loadedHeight;
   int bitCount, loadedBitCount;
   bool opened, hasPixels;
@@ -27,7 +27,13 @@ LiteralImage ImageOf(const CRastelo& object);
 /// An object that was handed this image.
 CRastelo ObjectWith(const LiteralImage& image);
 /// The bytes of a file; empty if there is none.
-std::vector<std::uint8_t> ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
+Bytes ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const Bytes& bytes);
 /// A folder of the test's own, empty at its start. Ends in "/".
 std::string TestFolder();
+/// A file there with this picture in the format of its name.
+std::string PictureFile(const std::string& name, const LiteralImage& image);
+/// Opens a file there of these bytes.
+int Open(CRastelo& object, const Bytes& bytes, const std::string& name);
+
+#endif  // RASTELO_TESTING_OBJECT_STATE_H

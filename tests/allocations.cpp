@@ -1,4 +1,4 @@
-#include "tests/allocations.h"
+#include "tests/faults.h"
 
 #include <cstddef>
 #include <cstdint>

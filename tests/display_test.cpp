@@ -1,14 +1,11 @@
 // Draws on a device: which area they show, what lands where, and that they allocate nothing.
 #include <gtest/gtest.h>
 
-#include <climits>
-
 #include "device/surface_rows.h"
 #include "platform/device_context.h"
 #include "rastelo_device.h"
-#include "testing/host.h"
 #include "testing/object_state.h"
-#include "tests/allocations.h"
+#include "tests/faults.h"
 #include "tests/kernel_check.h"
 
 namespace {
@@ -17,9 +14,9 @@ namespace {
 LiteralImage Shown(auto& device, int bytes) {
   LiteralImage image(device.Width(), device.Height(), bytes);
   const unsigned char* pixel = device.Surface();
-  for (int y = image.height - 1; y >= 0; --y)
-    for (int x = 0; x < image.width; ++x, pixel += 4)
-      std::copy_n(pixel, bytes, image.Pixels().Row(y) + x * bytes);
+  for (int i = 0; i < image.Count(); ++i)
+    std::copy_n(pixel + 4 * i, bytes,
+                &image.At(i % image.width * bytes, image.height - 1 - i / image.width));
   return image;
 }
 
@@ -38,8 +35,8 @@ TEST(DrawImage, PansWithinTheImage) {
       {1000, 0, 401, {{0, 0, 299}, {299, 299, 598}, {1, 300, 598}, {-600, 300, 0}}},
       {1000, 0, 400, {{-10, 10, 290}, {-10, 0, 300}, {-10, 10, 290}, {-310, 300, 0}}},
       {10, 3, 28, {{0, 0, 0}, {5, 5, 0}, {-12, 7, 0}}},
-      {1000, 0, 400, {{INT_MIN, INT_MAX, 0}, {INT_MAX, INT_MAX, 600}, {INT_MIN, 1, 299}}},
-      {1000, -1, INT_MAX, {{0, 0, 0}, {5, 5, 0}}},
+      {1000, 0, 400, {{INT32_MIN, INT32_MAX, 0}, {INT32_MAX, INT32_MAX, 600}, {INT32_MIN, 1, 299}}},
+      {1000, -1, INT32_MAX, {{0, 0, 0}, {5, 5, 0}}},
   };
   for (const auto& [imageSide, from, to, steps] : cases) {
     const int side = static_cast<int>(std::int64_t{to} - from);  // wraps
@@ -69,9 +66,8 @@ TEST(DrawImage, RecordsOneToOneDrawsOnly) {
 }
 
 TEST(DrawImage, SetsTheStretchModeBehindABmpFile) {
-  const std::string path = TestFolder() + "gray.bmp";
+  const std::string path = PictureFile("gray.bmp", Noise(5, 4));
   CRastelo object = ObjectWith(Noise(5, 4));
-  ASSERT_EQ(object.SaveAs(path.c_str()), 1);
   TestDevice device(5, 4);
   EXPECT_EQ(object.DrawImage(device.Handle(), nullptr, nullptr, nullptr), 0);
   ASSERT_EQ(object.OpenImage(path.c_str()), 1);
@@ -110,9 +106,9 @@ TEST(DrawImage, ShowsEachPixelAtItsPlace) {
         const int x = p % width - area.left, y = area.bottom - 1 - p / width;
         const auto isOn = [](int i, int side) { return i >= 0 && i < side; };
         if (!isOn(x, w) || !isOn(y, h) || !isOn(left + x, 11) || !isOn(top + y, 9)) continue;
-        const std::uint8_t* from = image.Pixels().Row(p / width) + p % width * bytes;
-        std::uint8_t* to = expected.Pixels().Row(8 - top - y) + (left + x) * 3;
-        for (int c = 0; c < 3; ++c) to[c] = from[c % bytes];
+        for (int c = 0; c < 3; ++c)
+          expected.At((left + x) * 3 + c, 8 - top - y) =
+              image.At(p % width * bytes + c % bytes, p / width);
       }
       ASSERT_EQ(Shown(device, 3), expected) << image << "at " << left << ", " << top;
     }
@@ -162,15 +158,11 @@ TEST(MemoryDevice, CopiesAndStretches) {
 
 TEST(MemoryDevice, StretchesPixelsOfColourAsItDoesThoseOfAPalette) {
   LiteralImage levels = Noise(300, 7), colours(300, 7, 3);
-  for (int i = 0; i < 300 * 7; ++i) {
-    const std::uint8_t level = levels.Pixels().Row(i / 300)[i % 300];
-    std::uint8_t* colour = colours.Pixels().Row(i / 300) + i % 300 * 3;
-    for (int c = 0; c < 3; ++c) colour[c] = static_cast<std::uint8_t>(level ^ c * 85);
-  }
+  for (int i = 0; i < 3 * 300 * 7; ++i)
+    colours.At(i % 900, i / 900) = std::uint8_t(levels.At(i / 3) ^ i % 3 * 85);
   const auto* ramp = reinterpret_cast<const unsigned char*>(BuildBitmapInfo(300, 7, 8));
   std::vector<unsigned char> palette(ramp, ramp + 1064);
-  for (std::size_t i = 40; i < palette.size(); ++i)
-    palette[i] ^= static_cast<unsigned char>(i % 4 * 85);
+  for (std::size_t i = 40; i < palette.size(); ++i) palette[i] ^= std::uint8_t(i % 4 * 85);
   OnEveryTarget([&] {
     for (const int width : {-1100, -401, 9, 75, 151, 225, 299, 512, 1100}) {  // up to 1.09 MiB
       rastelo::MemoryDeviceContext ours(1100, 260), expected(1100, 260);
@@ -184,7 +176,7 @@ TEST(MemoryDevice, StretchesPixelsOfColourAsItDoesThoseOfAPalette) {
 }
 
 TEST(MemoryDevice, SurvivesAnyArguments) {
-  const int values[] = {INT_MIN, -1, 2, INT_MAX};
+  const int values[] = {INT32_MIN, -1, 2, INT32_MAX};
   for (int i = 0; i < 4 << 16; ++i) {
     rastelo::MemoryDeviceContext device(i % 2 * 3, i / 2 % 2 * 3);
     Numbers n;
@@ -193,46 +185,40 @@ TEST(MemoryDevice, SurvivesAnyArguments) {
       std::fill_n(device.Surface(), 4 * device.Width() * device.Height(), 1);
       const int lines = Call(device, mode, n, "4 x 3 bytes");
       ASSERT_TRUE(lines >= 0 && lines <= 3) << testing::PrintToString(n);
-      for (int at = 0; at < device.Width() * device.Height(); ++at) {
-        const bool isTarget =
-            Covers(mode, n[0], n[2], at % 3) && Covers(mode, n[1], n[3], at / 3);
-        ASSERT_TRUE(isTarget || *device.Pixel(at % 3, at / 3) == 1) << testing::PrintToString(n);
-      }
+      for (int at = 0; at < device.Width() * device.Height(); ++at)
+        ASSERT_TRUE(*device.Pixel(at % 3, at / 3) == 1 ||
+                    (Covers(mode, n[0], n[2], at % 3) && Covers(mode, n[1], n[3], at / 3)))
+            << mode << testing::PrintToString(n);
     }
   }
 }
 
 TEST(BuildBitmapInfo, HoldsAGrayRamp) {
   const auto* record = reinterpret_cast<const unsigned char*>(BuildBitmapInfo(5, 7, 8));
-  const BITMAPINFOHEADER header = {40, 5, 7, 1, 8, 0, 0, 0, 0, 0, 0};
-  std::vector<unsigned char> expected(1064);
-  std::copy_n(reinterpret_cast<const unsigned char*>(&header), 40, expected.begin());
-  for (std::size_t i = 0; i < 4 * 256; ++i)
-    if (i % 4 < 3) expected[40 + i] = static_cast<unsigned char>(i / 4);
-  EXPECT_EQ(std::vector<unsigned char>(record, record + 1064), expected);
+  Bytes expected = {40, 0, 0, 0, 5, 0, 0, 0, 7, 0, 0, 0, 1, 0, 8};
+  expected.resize(40);
+  for (int i = 0; i < 4 * 256; ++i) expected.push_back(std::uint8_t(i % 4 == 3 ? 0 : i / 4));
+  EXPECT_EQ(Bytes(record, record + 1064), expected);
 }
 
 TEST(WidenPixels, PutsAZeroBehindEachOnEveryTarget) {
   const auto widen = [](auto bgr, auto surface) {
-    for (std::int32_t y = 0; y < bgr.height; ++y)
-      for (std::int32_t i = 0; i < 4 * bgr.width; ++i)
-        surface.Row(y)[i] =
-            i % 4 == 3 ? std::uint8_t{0} : bgr.Row(y)[std::ptrdiff_t{3} * (i / 4) + i % 4];
+    for (int y = 0; y < bgr.height; ++y)
+      for (int i = 0; i < 4 * bgr.width; ++i)
+        surface.Row(y)[i] = i % 4 == 3 ? std::uint8_t{0} : bgr.Row(y)[3 * (i / 4) + i % 4];
+  };
+  const auto ours = [](auto bgr, auto surface) {
+    rastelo::WidenPixels(bgr, surface.Row(0), surface.pitch);
   };
   ExpectSameTarget(
-      3, [](const TestPicture& bgr) { return bgr.Blank(bgr.width, bgr.height, 4); },
-      [](auto bgr, auto surface) { rastelo::WidenPixels(bgr, surface.Row(0), surface.pitch); },
-      widen);
+      3, [](const LiteralImage& bgr) { return Noise(bgr.width, bgr.height, 4); }, ours, widen);
   // Past the caches, upwards as devices are drawn on, rows at any alignment.
-  const TestPicture large = MakePicture(1031, 260, 3, Content::kNoise);
-  TestPicture expected = large.Blank(1031, 260, 4);
-  rastelo::ImageView upwards{expected.Pixels().Row(259), 1031, 260, -expected.Pixels().pitch};
-  widen(large.Pixels(), upwards);
-  OnEveryTarget([&] {
-    TestPicture surface = large.Blank(1031, 260, 4);
-    rastelo::WidenPixels(large.Pixels(), surface.Pixels().Row(259), upwards.pitch);
-    EXPECT_TRUE(surface.bits == expected.bits);
-  });
+  const auto upwards = [](auto write) {
+    return [=](auto bgr, auto surface) {
+      write(bgr, rastelo::ImageView{surface.Row(259), 1031, 260, -surface.pitch});
+    };
+  };
+  ExpectSameTarget(Noise(1031, 260, 3), Noise(1031, 260, 4), upwards(ours), upwards(widen));
 }
 
 }  // namespace

@@ -1,45 +1,39 @@
 #pragma once
 
 #include <functional>
-#include <string>
-#include <vector>
 
-#include "pixels/image_view.h"
+#include "histogram/histogram.h"
+#include "testing/literal_image.h"
 
 /// Runs `check` once with each instruction set that this machine has.
 void OnEveryTarget(const std::function<void()>& check);
 
-/// Pixels with a name, in a buffer of exactly their size, the bytes behind each row poisoned.
-struct TestPicture {
-  std::string name;
-  int pixelBytes;
-  std::int32_t width, height, pitch;
-  std::vector<std::uint8_t> bits;
-
-  rastelo::ImageView Pixels() { return {bits.data(), width, height, pitch}; }
-  rastelo::ConstImageView Pixels() const { return {bits.data(), width, height, pitch}; }
-  /// The same size, every byte poisoned.
-  TestPicture Blank(std::int32_t newWidth, std::int32_t newHeight, int newPixelBytes) const;
-};
-
 /// What pictures to try: noise, soft shapes, one level, pixels of three equal bytes.
 enum class Content { kNoise, kSoft, kFlat, kNeutral };
-TestPicture MakePicture(std::int32_t width, std::int32_t height, int pixelBytes, Content content);
+LiteralImage MakePicture(std::int32_t width, std::int32_t height, int pixelBytes, Content content);
 
 /// Calls `check` with pictures of every width from 0 to 130, of a few heights and contents, and of
 /// some larger odd sizes.
-void ForAwkwardPictures(int pixelBytes, const std::function<void(const TestPicture&)>& check);
+void ForAwkwardPictures(int pixelBytes, const std::function<void(const LiteralImage&)>& check);
 
 /// Expects that both leave the same bytes, those behind the rows included, on every instruction
 /// set: in one picture, or in every awkward one.
-void ExpectSameInPlace(const TestPicture& picture,
-                       const std::function<void(rastelo::ImageView)>& ours,
-                       const std::function<void(rastelo::ImageView)>& plain);
-void ExpectSameInPlace(int pixelBytes, const std::function<void(rastelo::ImageView)>& ours,
-                       const std::function<void(rastelo::ImageView)>& plain);
+using InPlace = std::function<void(rastelo::ImageView)>;
+void ExpectSameInPlace(const LiteralImage& picture, const InPlace& ours, const InPlace& plain);
+void ExpectSameInPlace(int pixelBytes, const InPlace& ours, const InPlace& plain);
 
-/// The same for work from a picture to another one, which `make` gives the size and depth of.
+/// The same for work from a picture to `target`, or from every awkward one to a target that
+/// `makeTarget` gives.
 using ToTarget = std::function<void(rastelo::ConstImageView, rastelo::ImageView)>;
+void ExpectSameTarget(const LiteralImage& picture, const LiteralImage& target, const ToTarget& ours,
+                      const ToTarget& plain);
 void ExpectSameTarget(int pixelBytes,
-                      const std::function<TestPicture(const TestPicture&)>& makeTarget,
+                      const std::function<LiteralImage(const LiteralImage&)>& makeTarget,
                       const ToTarget& ours, const ToTarget& plain);
+
+/// Counts that are hard to search, another kind and other numbers for each `n`: few levels or all,
+/// small numbers or such as only the largest images have, empty levels, one level far above all
+/// others, shares of one percent; often mirrored at `last` / 2, so that thresholds nearly tie.
+rastelo::Histogram AwkwardCounts(unsigned n, std::size_t last);
+
+#endif  // RASTELO_TESTS_KERNEL_CHECK_H

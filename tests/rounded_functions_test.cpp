@@ -18,12 +18,11 @@ void ExpectNearest(double ours, __float128 value) {
 }
 
 TEST(RoundedExp, IsTheNearestDoubleForAllAffinities) {
-  for (int square = 1; square <= 2; ++square) {
+  for (int square = 1; square <= 2; ++square)
     for (int difference = 0; difference < 256; ++difference) {
       const double x = -1.0 * (square * 0.25 + difference * difference / 625.0);
       ExpectNearest(rastelo::RoundedExp(x), expq(x));
     }
-  }
 }
 
 TEST(RoundedUnit, IsTheNearestDoubleForAllFactors) {

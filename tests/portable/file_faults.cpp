@@ -1,5 +1,5 @@
 // The linker leads the calls below through these functions.
-#include "tests/file_faults.h"
+#include "tests/faults.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,11 +11,7 @@
 constinit thread_local FileFaults fileFaults;
 constinit thread_local std::size_t fileBytesRead = 0;
 
-static bool Fails(int& countdown) {
-  if (!FileFaults::Strikes(countdown)) return false;
-  errno = EIO;
-  return true;
-}
+static bool Fails(int& countdown) { return FileFaults::Strikes(countdown) && (errno = EIO) != 0; }
 
 extern "C" {
 ssize_t __real_read(int file, void* bytes, size_t count);

@@ -1,4 +1,4 @@
-#include "tests/file_faults.h"
+#include "tests/faults.h"
 
 #include <windows.h>
 
@@ -12,9 +12,7 @@ constinit thread_local std::size_t fileBytesRead = 0;
 namespace {
 
 bool Fails(int& countdown) {
-  if (!FileFaults::Strikes(countdown)) return false;
-  SetLastError(ERROR_GEN_FAILURE);
-  return true;
+  return FileFaults::Strikes(countdown) && (SetLastError(ERROR_GEN_FAILURE), true);
 }
 
 extern decltype(ReadFile)* const realRead;

@@ -7,9 +7,8 @@
 namespace {
 
 TEST(WindowsFiles, AreNotSharedWhileOpen) {
-  const std::string path = TestFolder() + "a.bmp";
+  const std::string path = PictureFile("a.bmp", Noise(5, 4));
   CRastelo object = ObjectWith(Noise(5, 4));
-  ASSERT_EQ(object.SaveAs(path.c_str()), 1);
   const HookRecorder hooks;
   for (const auto open : {rastelo::platform::File::OpenExisting, rastelo::platform::File::Create}) {
     const auto held = open(path.c_str());
