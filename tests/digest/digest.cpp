@@ -11,18 +11,14 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "image/inside.h"
 #include "platform/device_context.h"
-#include "rastelo.h"
 #include "segment/graph_cut.h"
-#include "testing/host.h"
+#include "testing/object_state.h"
 
 namespace {
 
@@ -35,17 +31,13 @@ class Digest {
     const auto* byte = static_cast<const unsigned char*>(bytes);
     for (std::size_t i = 0; i < count; ++i) hash_ = (hash_ ^ byte[i]) * 0x100000001B3u;
   }
-  template <class Number>
-  void Add(const std::vector<Number>& numbers) {
-    Add(numbers.data(), numbers.size() * sizeof(Number));
-  }
+  void Add(const auto& numbers) { Add(numbers.data(), numbers.size() * sizeof numbers[0]); }
   /// Size, depth and pixels, without the bytes behind each row.
   void Add(const CRastelo& image) {
     const int pixelBytes = image.IsCanTrans2Gray() ? 3 : 1;
     Add(std::vector<LONG>{image.GetWidth(), image.GetHeight(), pixelBytes});
-    const rastelo::ConstImageView pixels = Inside::Pixels(image);
     for (LONG y = 0; y < image.GetHeight(); ++y)
-      Add(pixels.Row(y), static_cast<std::size_t>(image.GetWidth() * pixelBytes));
+      Add(Inside::Pixels(image).Row(y), std::size_t(image.GetWidth() * pixelBytes));
   }
   std::uint64_t Value() const { return hash_; }
 
@@ -53,36 +45,25 @@ class Digest {
   std::uint64_t hash_ = 0xCBF29CE484222325u;
 };
 
-std::size_t Cells(const CRastelo& image) {
-  return static_cast<std::size_t>(image.GetWidth()) * static_cast<std::size_t>(image.GetHeight());
-}
-
 /// Soft shapes under some noise, and the key colour here and there.
 CRastelo MakePicture(LONG width, LONG height, int pixelBytes) {
-  const LONG pitch = (width * pixelBytes + 3) / 4 * 4;
-  std::vector<unsigned char> bits(static_cast<std::size_t>(pitch * height));
+  LiteralImage picture(width, height, pixelBytes);
   std::uint32_t grain = 1;
-  for (LONG y = 0; y < height; ++y) {
-    for (LONG i = 0; i < width * pixelBytes; ++i) {
-      const LONG x = i / pixelBytes, plane = i % pixelBytes;
-      grain = grain * 1664525u + 1013904223u;
-      const auto shape = static_cast<std::uint32_t>((x * x / 40 + y * y / 30 + 50 * plane) % 256);
-      const std::uint32_t level = (shape * 7 + (grain >> 24)) / 8;
-      const bool isKey = pixelBytes == 3 && (x + y) % 11 == 0;
-      bits[static_cast<std::size_t>(pitch * y + i)] =
-          static_cast<unsigned char>(isKey ? (plane == 1 ? 0 : 255) : level);
-    }
+  for (LONG i = 0; i < width * height * pixelBytes; ++i) {
+    const LONG plane = i % pixelBytes, x = i / pixelBytes % width, y = i / pixelBytes / width;
+    grain = grain * 1664525u + 1013904223u;
+    const auto shape = std::uint32_t((x * x / 40 + y * y / 30 + 50 * plane) % 256);
+    const std::uint32_t level = (shape * 7 + (grain >> 24)) / 8;
+    const bool isKey = pixelBytes == 3 && (x + y) % 11 == 0;
+    picture.At(x * pixelBytes + plane, y) = std::uint8_t(!isKey ? level : plane == 1 ? 0 : 255);
   }
-  CRastelo image;
-  image.SetExternalImageBits(bits.data(), width, height, 8 * pixelBytes);
-  return image;
+  return ObjectWith(picture);
 }
 
 void AddSpectrum(const CRastelo& image, Digest& digest) {
-  std::vector<unsigned char> map(Cells(image));
-  image.GetSpectrum(map.data());
-  digest.Add(map);
-  digest.Add(Inside::Frequencies(image).coefficients.get(), Cells(image) * sizeof(Complex));
+  const ObjectState state(image);
+  digest.Add(state.map);
+  digest.Add(state.coefficients);
 }
 
 void CountHistogram(CRastelo& image, Digest& digest) {
@@ -99,18 +80,19 @@ void CopyBlocks(CRastelo& image, Digest& digest) {
 }
 
 void SumRows(CRastelo& image, Digest& digest) {
-  std::vector<LONG> sums(static_cast<std::size_t>(image.GetHeight()));
+  std::vector<LONG> sums(std::size_t(image.GetHeight()));
   image.ImgProjectionHorizon(sums.data());
   digest.Add(sums);
 }
 
 void SearchThresholds(CRastelo& image, Digest& digest) {
-  std::vector<int> found(16, -1);
+  int found[16];
+  std::fill_n(found, 16, -1);
   for (int i = 0; i < 8; ++i) {
-    Inside::SearchOtsu(image, i * 30, 255, &found[static_cast<std::size_t>(i)]);
-    Inside::SearchNdhm(image, i * i, &found[static_cast<std::size_t>(8 + i)]);
+    Inside::SearchOtsu(image, i * 30, 255, &found[i]);
+    Inside::SearchNdhm(image, i * i, &found[8 + i]);
   }
-  digest.Add(found);
+  digest.Add(found, sizeof found);
 }
 
 void SumAffinities(CRastelo& image, Digest& digest) {
@@ -154,9 +136,7 @@ void CutAndInvert(CRastelo& image, Digest& digest) {
 void SaveAndOpen(CRastelo& image, Digest& digest) {
   const char* path = "rastelo_digest.bmp";
   image.SaveAs(path);
-  std::ifstream file(path, std::ios::binary);
-  digest.Add(std::vector<char>{std::istreambuf_iterator<char>(file), {}});
-  file.close();
+  digest.Add(ReadFile(path));
   image.OpenImage(path);
   std::remove(path);
 }
@@ -219,13 +199,12 @@ std::vector<std::string> MakeLines() {
   std::vector<std::string> lines;
   for (const auto& operation : kOperations) {
     Digest digest;
-    for (const auto& [width, height] : kSizes) {
+    for (const auto& [width, height] : kSizes)
       for (const int pixelBytes : {1, 3}) {
         CRastelo image = MakePicture(width, height, pixelBytes);
         operation.run(image, digest);
         digest.Add(image);
       }
-    }
     char hash[17];
     std::snprintf(hash, sizeof hash, "%016llx", static_cast<unsigned long long>(digest.Value()));
     lines.push_back(std::string(operation.name) + ' ' + hash);
@@ -236,7 +215,7 @@ std::vector<std::string> MakeLines() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool everyTarget = argc > 1 && std::strcmp(argv[1], "--targets") == 0;
+  const bool everyTarget = argc > 1 && argv[1] == std::string("--targets");
   const char* file = argc > 1 + everyTarget ? argv[1 + everyTarget] : nullptr;
   if (!file) {
     for (const std::string& line : MakeLines()) std::puts(line.c_str());
