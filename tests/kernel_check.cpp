@@ -4,6 +4,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <iostream>
 #include <random>
 
 void OnEveryTarget(const std::function<void()>& check) {
@@ -18,6 +19,20 @@ void OnEveryTarget(const std::function<void()>& check) {
   }
   hwy::SetSupportedTargetsForTest(0);
   hwy::GetChosenTarget().DeInit();
+}
+
+std::string InstructionSets() {
+  std::string said = "compared on";
+  OnEveryTarget([&] { said += std::string(" ") + hwy::TargetName(hwy::SupportedTargets()); });
+  std::int64_t left = HWY_TARGETS & ~hwy::SupportedTargets();
+  said += left == 0 ? "; this machine lacks none" : "; this machine lacks";
+  for (; left != 0; left &= left - 1) said += std::string(" ") + hwy::TargetName(left & -left);
+  return said;
+}
+
+TEST(InstructionSets, AreSaid) {
+  std::cout << InstructionSets() << '\n';
+  EXPECT_NE(InstructionSets().find(hwy::TargetName(HWY_STATIC_TARGET)), std::string::npos);
 }
 
 LiteralImage MakePicture(std::int32_t width, std::int32_t height, int pixelBytes, Content content) {

@@ -1,12 +1,17 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "histogram/histogram.h"
 #include "testing/literal_image.h"
 
 /// Runs `check` once with each instruction set that this machine has.
 void OnEveryTarget(const std::function<void()>& check);
+
+/// The instruction sets that the kernels are compiled for, in one line: those that OnEveryTarget
+/// compares, and those that it leaves out because this machine lacks them.
+std::string InstructionSets();
 
 /// What pictures to try: noise, soft shapes, one level, pixels of three equal bytes.
 enum class Content { kNoise, kSoft, kFlat, kNeutral };
