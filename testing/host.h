@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTING_HOST_H
-#define RASTELO_TESTING_HOST_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -33,5 +32,3 @@ class TestDevice {
   unsigned char* surface_ = nullptr;
   HDC handle_;
 };
-
-#endif  // RASTELO_TESTING_HOST_H

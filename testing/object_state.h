@@ -35,5 +35,3 @@ std::string TestFolder();
 std::string PictureFile(const std::string& name, const LiteralImage& image);
 /// Opens a file there of these bytes.
 int Open(CRastelo& object, const Bytes& bytes, const std::string& name);
-
-#endif  // RASTELO_TESTING_OBJECT_STATE_H

@@ -1,5 +1,4 @@
-#ifndef RASTELO_TESTS_FAULTS_H
-#define RASTELO_TESTS_FAULTS_H
+#pragma once
 
 #include <cstddef>
 
@@ -33,5 +32,3 @@ extern constinit thread_local FileFaults fileFaults;
 
 /// What this thread's calls have read.
 extern constinit thread_local std::size_t fileBytesRead;
-
-#endif  // RASTELO_TESTS_FAULTS_H

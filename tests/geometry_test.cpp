@@ -60,7 +60,8 @@ TEST(BytePairs, ServeTheirTargetAndBetterOnes) {
 }
 
 TEST(RotateQuarter, IsThePlainOneOnEveryTarget) {
-  for (const rastelo::Turn turn : {rastelo::Turn::kClockwise, rastelo::Turn::kCounterClockwise})
+  using enum rastelo::QuarterTurn;
+  for (const rastelo::QuarterTurn turn : {kClockwise, kCounterClockwise})
     for (const int bytes : {1, 3}) {
       const auto makeTarget = [](const LiteralImage& image) {
         return LiteralImage(image.height, image.width, image.pixelBytes);

@@ -40,5 +40,3 @@ void ExpectSameTarget(int pixelBytes,
 /// small numbers or such as only the largest images have, empty levels, one level far above all
 /// others, shares of one percent; often mirrored at `last` / 2, so that thresholds nearly tie.
 rastelo::Histogram AwkwardCounts(unsigned n, std::size_t last);
-
-#endif  // RASTELO_TESTS_KERNEL_CHECK_H
