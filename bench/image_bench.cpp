@@ -1,7 +1,6 @@
 #include "bench/judge.h"
 #include "image/key_colour.h"
 #include "image/reverse_rows.h"
-#include "image/spread_rows.h"
 #include "plain/image.h"
 #include "rastelo.h"
 
@@ -31,22 +30,9 @@ judge::MakeWork Draw(bool stretches) {
 }
 const judge::Range kOneContent = {.contents = {judge::Content::kPhoto}};
 
-template <class Convert>
-judge::MakeWork Spread(int bits, Convert convert) {
-  return judge::ToTarget(
-      bits, 24, [](std::int32_t side) { return side; },
-      [=](rastelo::ConstImageView pixels, rastelo::ImageView topFirst) {
-        convert(pixels, bits, topFirst);
-      });
-}
-
 const int kDraws = Register("draw one to one", "ours", Draw(false), kOneContent) +
                    Register("draw stretched", "ours", Draw(true), kOneContent);
 
-const int kRows =
-    Register("reverse rows", "ours", InPlace(24, rastelo::ReverseRows), kOneContent) +
-    Register("spread rows 8 bits", "ours", Spread(8, rastelo::SpreadRowsTopFirst), kOneContent) +
-    Register("spread rows 8 bits", "plain", Spread(8, plain::SpreadRowsTopFirst), kOneContent) +
-    Register("spread rows 24 bits", "ours", Spread(24, rastelo::SpreadRowsTopFirst), kOneContent);
+const int kRows = Register("reverse rows", "ours", InPlace(24, rastelo::ReverseRows), kOneContent);
 
 }  // namespace

@@ -16,12 +16,4 @@ void ReduceToKeyColour(ImageView bgr) {
   }
 }
 
-void SpreadRowsTopFirst(rastelo::ConstImageView pixels, int bitCount, rastelo::ImageView topFirst) {
-  for (std::int32_t y = 0; y < pixels.height; ++y) {
-    const std::uint8_t* from = pixels.Row(y);
-    std::uint8_t* to = topFirst.Row(pixels.height - 1 - y);
-    for (std::int32_t i = 0; i < 3 * pixels.width; ++i) to[i] = from[bitCount == 24 ? i : i / 3];
-  }
-}
-
 }  // namespace plain

@@ -6,6 +6,4 @@ namespace plain {
 
 void ReduceToKeyColour(rastelo::ImageView bgr);
 
-void SpreadRowsTopFirst(rastelo::ConstImageView pixels, int bitCount, rastelo::ImageView topFirst);
-
 }  // namespace plain

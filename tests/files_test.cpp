@@ -6,7 +6,6 @@
 #include <filesystem>
 
 #include "image/key_colour.h"
-#include "image/spread_rows.h"
 #include "plain/image.h"
 #include "platform/file.h"
 #include "platform/path.h"

@@ -221,7 +221,7 @@ TEST(OutOfMemory, LeavesTheObjectAsItWas) {
   }
 }
 
-TEST(OutOfMemory, IsReportedByTheJpegSaves) {
+TEST(OutOfMemory, IsReportedByTheSaveOfTheVisibleArea) {
   const std::string path = TestFolder() + "a.jpg";
   CRastelo object = ObjectWith(Noise(20, 20, 3));
   RECT rc{0, 0, 10, 10};
@@ -234,6 +234,8 @@ TEST(OutOfMemory, IsReportedByTheJpegSaves) {
     EXPECT_EQ(saved, 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error storing JPEG file\n");
   }
+  EXPECT_EQ(saved, 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error storing JPEG file\n");
 }
 
 TEST(Trace, CutsATextThatIsTooLong) {

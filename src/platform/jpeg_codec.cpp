@@ -2,6 +2,7 @@
 // runs under may own anything with a destructor.
 #include "platform/jpeg_codec.h"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdio>  // jpeglib.h does not include what it needs
 #include <cstdlib>
@@ -33,22 +34,13 @@ ErrorManager& ErrorsOf(j_common_ptr codec) { return *reinterpret_cast<ErrorManag
   std::longjmp(errors.escape, 1);
 }
 
-bool IsDamage(int warning) {
-  switch (warning) {
-    case JWRN_ARITH_BAD_CODE:
-    case JWRN_BOGUS_PROGRESSION:
-    case JWRN_HIT_MARKER:
-    case JWRN_HUFF_BAD_CODE:
-    case JWRN_JPEG_EOF:
-    case JWRN_MUST_RESYNC:
-      return true;
-    default:
-      return false;
-  }
-}
+/// Warnings that tell of damage.
+constexpr int kDamages[] = {JWRN_ARITH_BAD_CODE, JWRN_BOGUS_PROGRESSION, JWRN_HIT_MARKER,
+                            JWRN_HUFF_BAD_CODE,  JWRN_JPEG_EOF,          JWRN_MUST_RESYNC};
 
 void NoteWarning(j_common_ptr codec, int level) {
-  if (level < 0 && IsDamage(codec->err->msg_code)) ErrorsOf(codec).damaged = true;
+  if (level < 0 && std::ranges::count(kDamages, codec->err->msg_code) > 0)
+    ErrorsOf(codec).damaged = true;
 }
 
 jpeg_error_mgr* Prepare(ErrorManager& errors) {
@@ -64,6 +56,18 @@ IJLERR Guard(ErrorManager& errors, Work work) {
   if (setjmp(errors.escape) != 0) return errors.outOfMemory ? IJL_OUT_OF_MEMORY : IJL_FAILED;
   work();
   return errors.damaged ? IJL_FAILED : IJL_OK;
+}
+
+/// Row `y` of the picture in memory, counted from the top.
+JSAMPROW RowOf(const JPEG_CORE_PROPERTIES& properties, JDIMENSION y) {
+  const std::ptrdiff_t pitch =
+      std::ptrdiff_t{properties.DIBWidth} * properties.DIBChannels + properties.DIBPadBytes;
+  const std::int64_t height = properties.DIBHeight;
+  return properties.DIBBytes + pitch * (height < 0 ? -height - 1 - y : y);
+}
+
+J_COLOR_SPACE ColoursOf(const JPEG_CORE_PROPERTIES& properties) {
+  return properties.DIBChannels == 1 ? JCS_GRAYSCALE : JCS_EXT_BGR;
 }
 
 /// Hands a file to the decoder, a buffer at a time.
@@ -123,21 +127,14 @@ class Decoder {
     return Guard(errors_, [&] {
       ReadHeader();
       if (!IsFor(properties)) ERREXIT(&codec_, JERR_BAD_IN_COLORSPACE);
-      codec_.out_color_space = properties.DIBColor == IJL_G ? JCS_GRAYSCALE : JCS_EXT_BGR;
+      codec_.out_color_space = ColoursOf(properties);
       jpeg_start_decompress(&codec_);
-      std::ptrdiff_t pitch =
-          std::ptrdiff_t{properties.DIBWidth} * properties.DIBChannels + properties.DIBPadBytes;
-      unsigned char* top = properties.DIBBytes;
-      if (properties.DIBHeight < 0) {
-        top += pitch * (std::ptrdiff_t{codec_.output_height} - 1);
-        pitch = -pitch;
-      }
       while (codec_.output_scanline < codec_.output_height) {
         JSAMPROW rows[kRowsAtOnce];
         const JDIMENSION left = codec_.output_height - codec_.output_scanline;
-        const JDIMENSION count = left < kRowsAtOnce ? left : kRowsAtOnce;
+        const JDIMENSION count = std::min(left, kRowsAtOnce);
         for (JDIMENSION i = 0; i < count; ++i)
-          rows[i] = top + pitch * static_cast<std::ptrdiff_t>(codec_.output_scanline + i);
+          rows[i] = RowOf(properties, codec_.output_scanline + i);
         jpeg_read_scanlines(&codec_, rows, count);
       }
       jpeg_finish_decompress(&codec_);
@@ -168,9 +165,8 @@ class Decoder {
   bool IsFor(const JPEG_CORE_PROPERTIES& properties) const {
     return properties.DIBBytes && properties.DIBWidth == static_cast<int>(codec_.image_width) &&
            std::abs(properties.DIBHeight) == static_cast<int>(codec_.image_height) &&
-           properties.DIBPadBytes >= 0 && properties.DIBChannels == codec_.num_components &&
-           ((properties.DIBChannels == 1 && properties.DIBColor == IJL_G) ||
-            (properties.DIBChannels == 3 && properties.DIBColor == IJL_BGR));
+           properties.DIBChannels == codec_.num_components &&
+           (properties.DIBChannels == 1 || properties.DIBChannels == 3);
   }
 
   jpeg_decompress_struct codec_{};
@@ -220,10 +216,8 @@ class Encoder {
       codec_.dest = &target_.base;
       SetParameters(properties);
       jpeg_start_compress(&codec_, TRUE);
-      const std::size_t pitch =
-          std::size_t(properties.DIBWidth) * 3 + std::size_t(properties.DIBPadBytes);
       while (codec_.next_scanline < codec_.image_height) {
-        JSAMPROW row = properties.DIBBytes + pitch * codec_.next_scanline;
+        JSAMPROW row = RowOf(properties, codec_.next_scanline);
         jpeg_write_scanlines(&codec_, &row, 1);
       }
       jpeg_finish_compress(&codec_);
@@ -233,11 +227,10 @@ class Encoder {
  private:
   void SetParameters(const JPEG_CORE_PROPERTIES& properties) {
     codec_.image_width = static_cast<JDIMENSION>(properties.DIBWidth);
-    codec_.image_height = static_cast<JDIMENSION>(properties.DIBHeight);
-    codec_.input_components = 3;
-    codec_.in_color_space = properties.DIBColor == IJL_RGB ? JCS_EXT_RGB : JCS_EXT_BGR;
+    codec_.image_height = static_cast<JDIMENSION>(std::abs(properties.DIBHeight));
+    codec_.input_components = properties.DIBChannels;
+    codec_.in_color_space = ColoursOf(properties);
     jpeg_set_defaults(&codec_);
-    jpeg_set_colorspace(&codec_, properties.JPGColor == IJL_G ? JCS_GRAYSCALE : JCS_YCbCr);
     jpeg_set_quality(&codec_, properties.jquality, TRUE);
     const int factor = properties.JPGSubsampling == IJL_411 ? 2 : 1;
     codec_.comp_info[0].h_samp_factor = factor;
@@ -251,13 +244,9 @@ class Encoder {
 
 bool CanWrite(const JPEG_CORE_PROPERTIES& properties) {
   const auto isSide = [](int side) { return side > 0 && side <= JPEG_MAX_DIMENSION; };
-  const bool gray = properties.JPGChannels == 1 && properties.JPGColor == IJL_G;
-  const bool colour = properties.JPGChannels == 3 && properties.JPGColor == IJL_YCBCR;
   return properties.JPGFile && properties.DIBBytes && isSide(properties.DIBWidth) &&
-         isSide(properties.DIBHeight) && properties.JPGWidth == properties.DIBWidth &&
-         properties.JPGHeight == properties.DIBHeight && properties.DIBPadBytes >= 0 &&
-         properties.DIBChannels == 3 &&
-         (properties.DIBColor == IJL_RGB || properties.DIBColor == IJL_BGR) && (gray || colour);
+         isSide(std::abs(properties.DIBHeight)) &&
+         (properties.DIBChannels == 1 || properties.DIBChannels == 3);
 }
 
 }  // namespace

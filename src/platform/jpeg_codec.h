@@ -11,22 +11,18 @@ enum IJLIOTYPE {
   IJL_JFILE_WRITEWHOLEIMAGE = 8,
 };
 
-enum IJL_COLOR { IJL_RGB = 1, IJL_BGR = 2, IJL_YCBCR = 3, IJL_G = 4 };
-
 /// Chroma at full resolution, or at half of it in both directions.
 enum IJL_SUBSAMPLING { IJL_NONE = 0, IJL_411 = 1 };
 
-/// One picture in memory (DIB...) and one in a file (JPG...). Pixels in memory stand top row first,
-/// `DIBWidth` x `DIBHeight` of `DIBChannels` bytes, each row followed by `DIBPadBytes` bytes that
-/// are neither read nor written.
+/// One picture in memory (DIB...) and one in a file (JPG...). Pixels in memory are gray, of one
+/// channel, or blue, green, red, of three. They stand top row first, or bottom row first where
+/// `DIBHeight` is negative. Each row of `DIBWidth` x `DIBChannels` bytes is followed by
+/// `DIBPadBytes` bytes that are neither read nor written.
 struct JPEG_CORE_PROPERTIES {
   unsigned char* DIBBytes;
   int DIBWidth, DIBHeight, DIBPadBytes, DIBChannels;
-  IJL_COLOR DIBColor;
-  IJL_SUBSAMPLING DIBSubsampling;
   const char* JPGFile;
   int JPGWidth, JPGHeight, JPGChannels;
-  IJL_COLOR JPGColor;
   IJL_SUBSAMPLING JPGSubsampling;
   int jquality;  // 1..100
 };
@@ -37,14 +33,13 @@ IJLERR ijlInit(JPEG_CORE_PROPERTIES* properties);
 /// IJL_JFILE_READPARAMS fills `JPGWidth`, `JPGHeight` and `JPGChannels` from the header of
 /// `JPGFile`; a header that promises more than the file can hold is a failure.
 /// IJL_JFILE_READWHOLEIMAGE decodes the file into `DIBBytes`; size and channels must be the file's
-/// (1 or 3), `DIBColor` is IJL_G for one channel and IJL_BGR for three. A negative height asks for
-/// rows that stand bottom row first. Data that ends early or is damaged is a failure; stray bytes
-/// between markers are not. Never throws.
+/// (1 or 3). Data that ends early or is damaged is a failure; stray bytes between markers are not.
+/// Never throws.
 IJLERR ijlRead(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type);
 
-/// IJL_JFILE_WRITEWHOLEIMAGE encodes `DIBBytes`, three channels of IJL_RGB or IJL_BGR, to
-/// `JPGFile`: one channel (`JPGColor` IJL_G) or three (IJL_YCBCR). The file is created once the
-/// fields have been found usable, and stays as far as it got if writing fails. Never throws.
+/// IJL_JFILE_WRITEWHOLEIMAGE encodes `DIBBytes` to `JPGFile`, with as many channels. The file is
+/// created once the fields have been found usable, and stays as far as it got if writing fails.
+/// Never throws.
 IJLERR ijlWrite(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type);
 
 /// Lets go of the record.

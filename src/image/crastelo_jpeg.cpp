@@ -1,9 +1,11 @@
-// JPEG files in.
+// JPEG files in and out.
+#include <cstdio>
 #include <cstring>
 #include <new>
 
 #include "image/inside.h"
 #include "image/missing_file_message.h"
+#include "pixels/interval.h"
 #include "platform/file.h"
 #include "platform/jpeg_codec.h"
 #include "rastelo.h"
@@ -22,12 +24,40 @@ void KeepPath(const char* path, char (&kept)[kSize]) {
 
 bool IsUsablePath(const char* path) { return path && std::strlen(path) > 4; }
 
+/// Tells the codec of these pixels.
+void Describe(rastelo::ImageView pixels, int bitCount, JPEG_CORE_PROPERTIES& properties) {
+  properties.DIBBytes = pixels.bits;
+  properties.DIBWidth = pixels.width;
+  properties.DIBHeight = -pixels.height;  // bottom row first
+  properties.DIBChannels = bitCount / 8;
+  properties.DIBPadBytes = pixels.pitch - pixels.width * properties.DIBChannels;
+}
+
 /// Reads, and lets go of the record. Throws std::bad_alloc if the codec ran out of memory.
 bool Read(JPEG_CORE_PROPERTIES& properties, IJLIOTYPE type) {
   const IJLERR result = ijlRead(&properties, type);
   ijlFree(&properties);
   if (result == IJL_OUT_OF_MEMORY) throw std::bad_alloc();
   return result == IJL_OK;
+}
+
+void Report(const char* message) {
+  std::fprintf(stderr, "%s\n", message);
+  std::fflush(stderr);
+}
+
+/// Writes pixels of 8 or 24 bits, and reports what goes wrong.
+/// @return 1, or 0 if the file could not be written.
+int Write(const char* path, rastelo::ImageView pixels, int bitCount) {
+  JPEG_CORE_PROPERTIES properties{};
+  if (ijlInit(&properties) != IJL_OK) Report("Can't initialize Intel(R) JPEG library\n");
+  Describe(pixels, bitCount, properties);
+  properties.JPGFile = path;
+  properties.JPGSubsampling = bitCount == 8 ? IJL_NONE : IJL_411;
+  const bool written = ijlWrite(&properties, IJL_JFILE_WRITEWHOLEIMAGE) == IJL_OK;
+  if (!written) Report("Can't write image\n");
+  if (ijlFree(&properties) != IJL_OK) Report("Can't free Intel(R) JPEG library\n");
+  return written ? 1 : 0;
 }
 
 }  // namespace
@@ -48,12 +78,7 @@ int CRastelo::ReadJpg(const char* path) {
   if (!IsUsablePath(path) || !m_pImgBits) return 0;
   JPEG_CORE_PROPERTIES properties;
   ijlInit(&properties);
-  properties.DIBBytes = m_pImgBits.get();
-  properties.DIBWidth = m_lWidth;
-  properties.DIBHeight = -m_lHeight;  // bottom row first
-  properties.DIBChannels = m_nBitCount / 8;
-  properties.DIBPadBytes = m_lLineBytes - m_lWidth * properties.DIBChannels;
-  properties.DIBColor = m_nBitCount == 8 ? IJL_G : IJL_BGR;
+  Describe(Inside::Pixels(*this), m_nBitCount, properties);
   properties.JPGFile = path;
   return Read(properties, IJL_JFILE_READWHOLEIMAGE) ? 1 : 0;
 }
@@ -88,4 +113,25 @@ int CRastelo::OpenJpgImg(const char* path) {
   }
   Inside::AdoptLoaded(*this, store, room);
   return 1;
+}
+
+int CRastelo::SaveAs_JPG(const char* path) {
+  if (!m_pImgBits || !Inside::HasKnownDepth(*this)) return 0;
+  return Write(path, Inside::Pixels(*this), m_nBitCount);
+}
+
+int CRastelo::SaveAs_visible_JPG(const char* path) {
+  if (!m_pImgBits || !Inside::HasKnownDepth(*this)) return 0;
+  const auto columns = rastelo::Clip({m_pDrawRect->left, m_pDrawRect->right}, {0, m_lWidth});
+  const auto rows = rastelo::Clip({m_pDrawRect->top, m_pDrawRect->bottom}, {0, m_lHeight});
+  try {
+    const auto block = rastelo::PixelStore::ForOverwrite(
+        static_cast<LONG>(columns.Length()), static_cast<LONG>(rows.Length()), m_nBitCount);
+    GetImgBlock(static_cast<LONG>(columns.first), static_cast<LONG>(rows.first), block.width,
+                block.height, m_nBitCount, block.bits.get());
+    return Write(path, block.Pixels(), m_nBitCount);
+  } catch (...) {
+    Report("Error storing JPEG file");
+    return 0;
+  }
 }
