@@ -1,13 +1,14 @@
 // The image on a device context of the host.
 #include <algorithm>
+#include <cstdlib>
 
-#include "image/draw_area.h"
 #include "platform/device_context.h"
 #include "rastelo.h"
 
-using rastelo::Wrap32;
-
 namespace {
+
+/// The low 32 bits of a sum, as 32-bit arithmetic gives them.
+LONG Wrap32(std::int64_t sum) { return static_cast<LONG>(static_cast<std::uint32_t>(sum)); }
 
 LONG Width(const RECT& rc) { return Wrap32(std::int64_t{rc.right} - rc.left); }
 LONG Height(const RECT& rc) { return Wrap32(std::int64_t{rc.bottom} - rc.top); }
@@ -16,6 +17,15 @@ LONG Height(const RECT& rc) { return Wrap32(std::int64_t{rc.bottom} - rc.top); }
 int AddPanStep(int offset, int step) {
   return static_cast<int>(
       std::clamp<std::int64_t>(std::int64_t{offset} + step, -INT32_MAX, INT32_MAX));
+}
+
+/// Where a source area of `areaSide` columns or rows starts on an image of `imageSide`. It is
+/// centred,
+///     base = max(0, (imageSide - areaSide) / 2),
+/// moved by the pan offset and held within 0 to 2 * base.
+LONG PlaceDrawArea(LONG areaSide, LONG imageSide, int offset) {
+  const std::int64_t base = std::max(0, Wrap32(std::int64_t{imageSide} - areaSide) / 2);
+  return static_cast<LONG>(std::clamp<std::int64_t>(base + offset, 0, 2 * base));
 }
 
 /// Whether a device can be asked to draw pixels of this size and depth.
@@ -47,12 +57,11 @@ int CRastelo::DrawImage(HDC hdc, RECT* rc, int dx, int dy, unsigned char* bits) 
   if (!rc) return 1;
   const unsigned char* pixels = bits ? bits : m_pImgBits.get();
   const LONG width = Width(*rc), height = Height(*rc);
-  const auto [left, offsetX] =
-      rastelo::PlaceDrawArea(width, m_lWidth, AddPanStep(m_nDrawOffsetX, dx));
-  const auto [top, offsetY] =
-      rastelo::PlaceDrawArea(height, m_lHeight, AddPanStep(m_nDrawOffsetY, dy));
-  m_nDrawOffsetX = offsetX;
-  m_nDrawOffsetY = offsetY;
+  const int offsetX = AddPanStep(m_nDrawOffsetX, dx), offsetY = AddPanStep(m_nDrawOffsetY, dy);
+  const LONG left = PlaceDrawArea(width, m_lWidth, offsetX);
+  const LONG top = PlaceDrawArea(height, m_lHeight, offsetY);
+  m_nDrawOffsetX = std::abs(offsetX);  // a negative one holds once
+  m_nDrawOffsetY = std::abs(offsetY);
   *m_pDrawRect = {left, top, Wrap32(std::int64_t{left} + width),
                   Wrap32(std::int64_t{top} + height)};
   BITMAPINFO* info = BuildBitmapInfo(m_lWidth, m_lHeight, static_cast<WORD>(m_nBitCount));
