@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "geometry/gray.h"
-#include "geometry/zoom_sample.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "geometry/zoom.cpp"
@@ -38,6 +37,22 @@ constexpr std::uint16_t FixedPoint(float weight) {
   return static_cast<std::uint16_t>(weight * kOne);
 }
 constexpr bool HasFixedPoint(float weight) { return FixedPoint(weight) == weight * kOne; }
+
+/// Where a target column or row falls on the source: on `pixel`, or between it and `next`.
+struct Sample {
+  std::int32_t pixel, next;
+  float pixelWeight, nextWeight;
+};
+
+Sample Place(std::int32_t target, float scale, std::int32_t sourceSide) {
+  const float place = static_cast<float>(target) * scale;
+  const auto whole = static_cast<std::int64_t>(place);
+  const float fraction = place - static_cast<float>(whole);
+  // Single precision may carry the last places of a very long side beyond it.
+  const auto pixel = static_cast<std::int32_t>(std::min<std::int64_t>(whole, sourceSide - 1));
+  const std::int32_t next = pixel == sourceSide - 1 ? std::max(pixel - 1, 0) : pixel + 1;
+  return {pixel, next, 1.0f - fraction, fraction};
+}
 
 /// The pixels of a source row in the columns `pixels`, in the depth of the target.
 template <int kSourceBytes, int kTargetBytes>
@@ -109,14 +124,12 @@ class Strip {
     ahead_[0] = following.pixel > v.next ? source.Row(following.pixel) : nullptr;
     ahead_[1] = following.next > v.next ? source.Row(following.next) : nullptr;
     const Levels& row = Load(source, v.pixel, v.next);
-    if (v.nextWeight == 0.0f) {
-      if (copies_) return row.pixels;
-      Mix(row);
-    } else if (isFixedPoint_ && HasFixedPoint(v.nextWeight)) {
-      MixFixedPoint(row, Load(source, v.next, v.pixel), FixedPoint(v.nextWeight));
-    } else {
-      Mix(row, Load(source, v.next, v.pixel), v);
-    }
+    if (copies_ && v.nextWeight == 0.0f) return row.pixels;
+    const Levels& nextRow = Load(source, v.next, v.pixel);
+    if (isFixedPoint_ && HasFixedPoint(v.nextWeight))
+      MixFixedPoint(row, nextRow, FixedPoint(v.nextWeight));
+    else
+      Mix(row, nextRow, v);
     return mixed_;
   }
 
@@ -159,16 +172,7 @@ class Strip {
     return hn::ConvertTo(df, hn::PromoteTo(d32, hn::LoadU(d8, levels)));
   }
 
-  /// Adds up in the order of the definition, every product and sum rounded. A row of weight 0 adds
-  /// nothing.
-  void Mix(const Levels& row) {
-    const Floats df;
-    Truncate([&](std::size_t i) HWY_ATTR {
-      return hn::Add(hn::Mul(Widen(row.pixels + i), hn::Load(df, pixelWeights_ + i)),
-                     hn::Mul(Widen(row.nexts + i), hn::Load(df, nextWeights_ + i)));
-    });
-  }
-
+  /// Adds up in the order of the definition, every product and sum rounded.
   void Mix(const Levels& row, const Levels& nextRow, const Sample& v) {
     const Floats df;
     const auto rowWeight = hn::Set(df, v.pixelWeight), nextRowWeight = hn::Set(df, v.nextWeight);
@@ -211,23 +215,16 @@ class Strip {
       };
       return hn::Add(hn::Mul(across(row), rowWeight), hn::Mul(across(nextRow), nextRowWeight));
     };
+    const auto even = [](const std::uint8_t* bytes)
+                          HWY_ATTR { return Even(hn::Load(Bytes(), bytes)); };
+    const auto odd = [](const std::uint8_t* bytes)
+                         HWY_ATTR { return Odd(hn::Load(Bytes(), bytes)); };
     ForEachVector([&](std::size_t i) HWY_ATTR {
-      const auto evens = hn::ShiftRight<8>(mix(LoadEven(), i));
-      const auto odds = hn::AndNot(hn::Set(d16, 255), mix(LoadOdd(), i));
+      const auto evens = hn::ShiftRight<8>(mix(even, i));
+      const auto odds = hn::AndNot(hn::Set(d16, 255), mix(odd, i));
       hn::Store(hn::BitCast(Bytes(), hn::Or(evens, odds)), Bytes(), mixed_ + i);
     });
   }
-
-  struct LoadEven {
-    HWY_INLINE auto operator()(const std::uint8_t* bytes) const {
-      return Even(hn::Load(Bytes(), bytes));
-    }
-  };
-  struct LoadOdd {
-    HWY_INLINE auto operator()(const std::uint8_t* bytes) const {
-      return Odd(hn::Load(Bytes(), bytes));
-    }
-  };
 
   /// Makes the mixed bytes, those of a vector from i on by `make(i)`.
   template <class Make>
