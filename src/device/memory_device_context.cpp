@@ -1,3 +1,5 @@
+#include <hwy/cache_control.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -58,42 +60,49 @@ bool OpenSource(const void* bits, const BITMAPINFO* info, UINT usage, Source& so
 
 std::int64_t DivideUp(std::int64_t a, std::int64_t b) { return a / b + (a % b > 0 ? 1 : 0); }
 
-/// One axis of a stretch: from target pixels to the source pixels that they stand for, both counted
-/// from the left or from the top. Pixels belong together where the middle of one lies in the
-/// other; a middle on the border between two belongs to the first.
-class StretchAxis {
- public:
-  StretchAxis(int target, int targetSide, int sourceSide)
-      : targetSide_(std::abs(std::int64_t{targetSide})),
-        sourceSide_(std::abs(std::int64_t{sourceSide})),
-        targetFirst_(FirstPixel(target, targetSide)),
-        mirrored_((targetSide < 0) != (sourceSide < 0)) {}
+/// The pixels of a side, which counts toward lower numbers if `length` is negative; the pixel that
+/// it starts from is always among them.
+Interval PixelsOf(int start, int length) {
+  const std::int64_t end = std::int64_t{start} + length;
+  return length < 0 ? Interval{end + 1, std::int64_t{start} + 1} : Interval{start, end};
+}
 
-  /// The lowest pixel of a side, which counts toward lower numbers if it is negative; the pixel
-  /// that it starts from is always among them.
-  static std::int64_t FirstPixel(int start, int side) {
-    return side < 0 ? std::int64_t{start} + side + 1 : start;
+/// One axis of a stretch: from target pixels to the columns or rows of the bitmap that they show.
+/// Pixels belong together where the middle of one lies in the other; a middle on the border between
+/// two belongs to the first, from the left or from the top.
+struct StretchAxis {
+  Interval target, source;
+  bool isMirrored;
+  Interval bitmap;  // all its columns, or all its rows, which count from the bottom
+  bool isVertical;
+  bool showsOne;  // of several pixels the last in memory stands for all
+
+  /// The bitmap's columns or rows that target pixel `pixel` shows.
+  Interval Shown(std::int64_t pixel) const {
+    const Interval all = Covered(isMirrored ? target.end - 1 - pixel : pixel - target.first);
+    const Interval shown = isVertical ? Interval{source.end - all.end, source.end - all.first}
+                                      : Interval{source.first + all.first, source.first + all.end};
+    return Clip({showsOne ? shown.end - 1 : shown.first, shown.end}, bitmap);
   }
 
-  Interval Target() const { return {targetFirst_, targetFirst_ + targetSide_}; }
+  /// `targets` without those at the ends that show nothing.
+  Interval Trim(Interval targets) const {
+    while (!targets.IsEmpty() && Shown(targets.first).IsEmpty()) ++targets.first;
+    while (!targets.IsEmpty() && Shown(targets.end - 1).IsEmpty()) --targets.end;
+    return targets;
+  }
 
-  /// What of the source area falls on target pixel `target`.
-  Interval Source(std::int64_t target) const {
-    const std::int64_t i = target - targetFirst_;
-    const std::int64_t index = mirrored_ ? targetSide_ - 1 - i : i;
-    if (sourceSide_ > targetSide_) return {FirstOf(index), FirstOf(index + 1)};
-    const std::int64_t middle = ((2 * index + 1) * sourceSide_ - 1) / (2 * targetSide_);
+  /// What of the source area falls on its target pixel `index`, both from the left or the top.
+  Interval Covered(std::int64_t index) const {
+    if (source.Length() > target.Length()) return {FirstOf(index), FirstOf(index + 1)};
+    const std::int64_t middle = ((2 * index + 1) * source.Length() - 1) / (2 * target.Length());
     return {middle, middle + 1};
   }
 
- private:
   /// The first source pixel with its middle in target pixel `index` or behind it, when shrinking.
   std::int64_t FirstOf(std::int64_t index) const {
-    return DivideUp(2 * sourceSide_ * index + 1 - targetSide_, 2 * targetSide_);
+    return DivideUp(2 * source.Length() * index + 1 - target.Length(), 2 * target.Length());
   }
-
-  std::int64_t targetSide_, sourceSide_, targetFirst_;
-  bool mirrored_;
 };
 
 /// Several pixels of blue, green, red that are combined to one.
@@ -129,28 +138,15 @@ struct Surface {
 /// A stretch of an area of a bitmap to an area of a surface.
 class Stretch {
  public:
-  /// As StretchDIBits is given them. That of the bitmap has no side of 0.
-  struct Area {
-    int x, y, width, height;
-  };
-
-  Stretch(const Source& source, const Area& target, const Area& area, int mode, Surface surface)
-      : source_(source),
-        across_(target.x, target.width, area.width),
-        down_(target.y, target.height, area.height),
-        firstColumn_(StretchAxis::FirstPixel(area.x, area.width)),
-        rowsEnd_(StretchAxis::FirstPixel(area.y, area.height) +
-                 std::abs(std::int64_t{area.height})),
-        mode_(mode),
-        surface_(surface) {}
+  Stretch(const Source& source, const StretchAxis& across, const StretchAxis& down, int mode,
+          Surface surface)
+      : source_(source), across_(across), down_(down), mode_(mode), surface_(surface) {}
 
   void Draw() const {
-    const Interval rows = Clip(down_.Target(), {0, surface_.height});
-    const Interval columns = Clip(across_.Target(), {0, surface_.width});
+    const Interval rows = Clip(down_.target, {0, surface_.height});
+    const Interval columns = Clip(across_.target, {0, surface_.width});
     if (mode_ == COLORONCOLOR && source_.bitCount == 24)
-      DrawGathered(
-          Trim(rows, [this](std::int64_t row) { return Rows(row).IsEmpty(); }),
-          Trim(columns, [this](std::int64_t column) { return Columns(column).IsEmpty(); }));
+      DrawGathered(down_.Trim(rows), across_.Trim(columns));
     else
       DrawCombined(rows, columns);
   }
@@ -159,32 +155,6 @@ class Stretch {
   // A few columns at a time: where they come from is worked out once for all rows.
   static constexpr std::int64_t kStrip = 256;
   using Strip = std::span<const Interval>;
-
-  /// The bitmap columns that surface column `column` shows.
-  Interval Columns(std::int64_t column) const {
-    const Interval all = across_.Source(column);
-    return Clip(Choose({firstColumn_ + all.first, firstColumn_ + all.end}),
-                {0, source_.pixels.width});
-  }
-
-  /// The bitmap rows that surface row `row` shows. Those of a bitmap count from the bottom.
-  Interval Rows(std::int64_t row) const {
-    const Interval lines = down_.Source(row);
-    return Clip(Choose({rowsEnd_ - lines.end, rowsEnd_ - lines.first}), {0, source_.pixels.height});
-  }
-
-  /// Without combining, the last pixel in memory stands for all.
-  Interval Choose(Interval all) const {
-    return mode_ == COLORONCOLOR ? Interval{all.end - 1, all.end} : all;
-  }
-
-  /// Without what has no pixel at the ends.
-  template <class HasNone>
-  static Interval Trim(Interval interval, HasNone hasNone) {
-    while (!interval.IsEmpty() && hasNone(interval.first)) ++interval.first;
-    while (!interval.IsEmpty() && hasNone(interval.end - 1)) --interval.end;
-    return interval;
-  }
 
   /// Draws pixels of colour one by one: each row and column shows one of the bitmap.
   void DrawGathered(Interval rows, Interval columns) const {
@@ -197,27 +167,28 @@ class Stretch {
         GatherPixels(RowAt(row), RowAt(std::min(row + 1, rows.end - 1)), nonTemporal, gather,
                      surface_.Pixel(first, row));
     }
-    if (nonTemporal) EndGather();
+    if (nonTemporal) hwy::FlushStream();
   }
 
   void PlanColumns(Interval columns, ColumnGather& gather) const {
     gather.count = static_cast<std::int32_t>(columns.Length());
     for (std::int32_t i = 0; i < gather.count; ++i)
-      gather.columns[i] = static_cast<std::int32_t>(Columns(columns.first + i).first);
+      gather.columns[i] = static_cast<std::int32_t>(across_.Shown(columns.first + i).first);
     rastelo::PlanColumns(source_.pixels.width, gather);
   }
 
   const std::uint8_t* RowAt(std::int64_t row) const {
-    return source_.pixels.Row(static_cast<std::int32_t>(Rows(row).first));
+    return source_.pixels.Row(static_cast<std::int32_t>(down_.Shown(row).first));
   }
 
   void DrawCombined(Interval rows, Interval columns) const {
     Interval strip[kStrip];
     for (std::int64_t first = columns.first; first < columns.end; first += kStrip) {
       const std::int64_t count = std::min(kStrip, columns.end - first);
-      for (std::int64_t i = 0; i < count; ++i) strip[i] = Columns(first + i);
+      for (std::int64_t i = 0; i < count; ++i) strip[i] = across_.Shown(first + i);
       for (std::int64_t row = rows.first; row < rows.end; ++row)
-        DrawStrip(Rows(row), {strip, static_cast<std::size_t>(count)}, surface_.Pixel(first, row));
+        DrawStrip(down_.Shown(row), {strip, static_cast<std::size_t>(count)},
+                  surface_.Pixel(first, row));
     }
   }
 
@@ -248,7 +219,6 @@ class Stretch {
 
   const Source& source_;
   StretchAxis across_, down_;
-  std::int64_t firstColumn_, rowsEnd_;
   int mode_;
   Surface surface_;
 };
@@ -307,8 +277,18 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
   Source source;
   if (operation != SRCCOPY || !OpenSource(bits, info, usage, source)) return 0;
   if (sourceWidth == 0 || sourceHeight == 0) return 0;
-  Stretch(source, {x, y, width, height}, {sourceX, sourceY, sourceWidth, sourceHeight},
-          stretchMode_, {surface_.data(), width_, height_})
+  const auto axis = [this](int start, int side, int sourceStart, int sourceSide, Interval bitmap,
+                           bool isVertical) {
+    return StretchAxis{PixelsOf(start, side),
+                       PixelsOf(sourceStart, sourceSide),
+                       (side < 0) != (sourceSide < 0),
+                       bitmap,
+                       isVertical,
+                       stretchMode_ == COLORONCOLOR};
+  };
+  Stretch(source, axis(x, width, sourceX, sourceWidth, {0, source.pixels.width}, false),
+          axis(y, height, sourceY, sourceHeight, {0, source.pixels.height}, true), stretchMode_,
+          {surface_.data(), width_, height_})
       .Draw();
   return source.pixels.height;
 }

@@ -34,9 +34,8 @@ struct ColumnGather {
 void PlanColumns(std::int32_t width, ColumnGather& gather);
 
 /// Draws the gathered pixels of a row, widened like WidenPixels. `following` is the row that comes
-/// next. Non-temporal stores need a call of EndGather behind the last row.
+/// next. Behind the last non-temporal one belongs a call of hwy::FlushStream.
 void GatherPixels(const std::uint8_t* row, const std::uint8_t* following, bool nonTemporal,
                   ColumnGather& gather, std::uint8_t* surface);
-void EndGather();
 
 }  // namespace rastelo
