@@ -117,6 +117,7 @@ class CutEstimates {
   std::array<bool, 256> matters_;
 };
 
+/// The level of the smallest cut, 0 if there is none.
 /// @param margin  how far an estimated rating may be off, relatively.
 /// @param rate    the rating of a level's cut.
 template <class Rate>

@@ -17,31 +17,27 @@ namespace rastelo::HWY_NAMESPACE {
 // neighbourhood, `side` bytes wide, and the steps from each to the next are carried from row to
 // row. The compiler vectorises these loops.
 
-/// Adds a row to the first neighbourhoods. @return what the first sum grows by.
-std::uint32_t AddRow(const std::uint8_t* HWY_RESTRICT row, std::ptrdiff_t side,
-                     std::span<std::uint32_t> steps) {
+/// Adds to each column of the neighbourhoods what `change(x)` says.
+/// @return what the first sum grows by.
+template <class Change>
+HWY_INLINE std::uint32_t ChangeColumns(const Change& change, std::size_t side,
+                                       std::span<std::uint32_t> steps) {
   std::uint32_t* HWY_RESTRICT step = steps.data();
   for (std::size_t x = 0; x < steps.size(); ++x)
-    step[x] += static_cast<std::uint32_t>(row[side + static_cast<std::ptrdiff_t>(x)] - row[x]);
+    step[x] += static_cast<std::uint32_t>(change(x + side) - change(x));
   std::uint32_t sum = 0;
-  for (std::ptrdiff_t x = 0; x < side; ++x) sum += row[x];
+  for (std::size_t x = 0; x < side; ++x) sum += static_cast<std::uint32_t>(change(x));
   return sum;
 }
 
-/// Moves the neighbourhoods up by a row. @return what the first sum grows by.
-std::uint32_t ExchangeRows(const std::uint8_t* HWY_RESTRICT entering,
-                           const std::uint8_t* HWY_RESTRICT leaving, std::ptrdiff_t side,
-                           std::span<std::uint32_t> steps) {
-  std::uint32_t* HWY_RESTRICT step = steps.data();
-  const std::uint8_t* HWY_RESTRICT enteringEnd = entering + side;
-  const std::uint8_t* HWY_RESTRICT leavingEnd = leaving + side;
-  for (std::size_t x = 0; x < steps.size(); ++x)
-    step[x] +=
-        static_cast<std::uint32_t>(enteringEnd[x] - entering[x] + leaving[x] - leavingEnd[x]);
-  std::uint32_t sum = 0;
-  for (std::ptrdiff_t x = 0; x < side; ++x)
-    sum += static_cast<std::uint32_t>(entering[x] - leaving[x]);
-  return sum;
+/// Moves the neighbourhoods up by a row, or makes them higher by it where no row is `leaving`.
+/// @return what the first sum grows by.
+std::uint32_t MoveUp(const std::uint8_t* entering, const std::uint8_t* leaving, std::size_t side,
+                     std::span<std::uint32_t> steps) {
+  if (!leaving)
+    return ChangeColumns([=](std::size_t x) HWY_ATTR { return entering[x]; }, side, steps);
+  const auto change = [=](std::size_t x) HWY_ATTR { return entering[x] - leaving[x]; };
+  return ChangeColumns(change, side, steps);
 }
 
 }  // namespace rastelo::HWY_NAMESPACE
@@ -52,8 +48,7 @@ HWY_AFTER_NAMESPACE();
 namespace rastelo {
 namespace {
 
-HWY_EXPORT(AddRow);
-HWY_EXPORT(ExchangeRows);
+HWY_EXPORT(MoveUp);
 
 /// Totals of every fourth pixel each: an equal neighbour would wait for the last total to be
 /// stored.
@@ -84,22 +79,22 @@ std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t rad
                                            std::span<std::uint32_t> work) {
   Totals totals{};
   if (radius > 0 && radius <= (gray.width - 1) / 2 && radius <= (gray.height - 1) / 2) {
-    const std::int32_t side = 2 * radius;
+    const auto side = static_cast<std::size_t>(2 * radius);
     // There is no step from the last pixel: it stays 0.
-    const auto steps = work.first(static_cast<std::size_t>(gray.width - side));
+    const auto steps = work.first(static_cast<std::size_t>(gray.width) - side);
     const auto carried = steps.first(steps.size() - 1);
     std::fill(steps.begin(), steps.end(), 0u);
     std::uint32_t sum = 0;
-    for (std::int32_t y = 0; y < side; ++y)
-      sum += HWY_DYNAMIC_DISPATCH(AddRow)(gray.Row(y), side, carried);
-    const auto area = static_cast<std::uint32_t>(side) * static_cast<std::uint32_t>(side);
+    for (std::int32_t y = 0; y < 2 * radius; ++y)
+      sum += HWY_DYNAMIC_DISPATCH(MoveUp)(gray.Row(y), nullptr, side, carried);
+    const auto area = static_cast<std::uint32_t>(side * side);
     for (std::int32_t y = radius;; ++y) {
       // The row to enter next comes from memory while the totals are waiting for their stores.
       Prefetch(gray.Row(y + radius), gray.width);
       AddContrasts(gray.Row(y) + radius, area, sum, steps, totals);
       if (y + 1 == gray.height - radius) break;
-      sum += HWY_DYNAMIC_DISPATCH(ExchangeRows)(gray.Row(y + radius), gray.Row(y - radius), side,
-                                                carried);
+      sum +=
+          HWY_DYNAMIC_DISPATCH(MoveUp)(gray.Row(y + radius), gray.Row(y - radius), side, carried);
     }
   }
   std::array<std::int32_t, 256> result;
