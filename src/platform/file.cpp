@@ -2,28 +2,31 @@
 
 namespace rastelo::platform {
 
-File::~File() { Close(); }
+namespace {
 
-bool File::ReadAll(void* bytes, std::size_t count) {
-  auto* next = static_cast<unsigned char*>(bytes);
-  while (count > 0) {
-    const std::ptrdiff_t got = Read(next, count);
-    if (got <= 0) return false;
-    next += got;
-    count -= static_cast<std::size_t>(got);
+/// Calls `move(done)`, which reads or writes on and says how much it did, until `count` are done.
+template <class Move>
+bool MoveAll(std::size_t count, Move move) {
+  for (std::size_t done = 0; done < count;) {
+    const std::ptrdiff_t moved = move(done);
+    if (moved <= 0) return false;
+    done += static_cast<std::size_t>(moved);
   }
   return true;
 }
 
+}  // namespace
+
+File::~File() { Close(); }
+
+bool File::ReadAll(void* bytes, std::size_t count) {
+  auto* first = static_cast<unsigned char*>(bytes);
+  return MoveAll(count, [&](std::size_t done) { return Read(first + done, count - done); });
+}
+
 bool File::WriteAll(const void* bytes, std::size_t count) {
-  const auto* next = static_cast<const unsigned char*>(bytes);
-  while (count > 0) {
-    const std::ptrdiff_t put = Write(next, count);
-    if (put <= 0) return false;
-    next += put;
-    count -= static_cast<std::size_t>(put);
-  }
-  return true;
+  const auto* first = static_cast<const unsigned char*>(bytes);
+  return MoveAll(count, [&](std::size_t done) { return Write(first + done, count - done); });
 }
 
 }  // namespace rastelo::platform
