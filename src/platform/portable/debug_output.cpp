@@ -15,8 +15,7 @@ static DebugOutputHook& CurrentHook() {
 void SetDebugOutputHook(DebugOutputHook hook) { CurrentHook() = std::move(hook); }
 
 void platform::WriteDebugOutput(const char* text) {
-  if (!CurrentHook()) return;
-  CallHost([=] { return CurrentHook()(text), true; }, false);
+  if (CurrentHook()) CallHost([=] { CurrentHook()(text); });
 }
 
 }  // namespace rastelo

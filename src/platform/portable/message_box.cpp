@@ -46,10 +46,9 @@ void platform::ShowMessageBox(const char* text, const char* caption) {
     else
       std::fprintf(stderr, "%s %s\n", Utf8FromCodePage936(caption).c_str(),
                    Utf8FromCodePage936(text).c_str());
-    return true;
   };
   const int reason = errno;  // why a file could not be opened, for the host
-  CallHost(show, false);
+  CallHost(show);
   errno = reason;
 }
 
