@@ -53,7 +53,6 @@ int Write(const char* path, rastelo::ImageView pixels, int bitCount) {
   if (ijlInit(&properties) != IJL_OK) Report("Can't initialize Intel(R) JPEG library\n");
   Describe(pixels, bitCount, properties);
   properties.JPGFile = path;
-  properties.JPGSubsampling = bitCount == 8 ? IJL_NONE : IJL_411;
   const bool written = ijlWrite(&properties, IJL_JFILE_WRITEWHOLEIMAGE) == IJL_OK;
   if (!written) Report("Can't write image\n");
   if (ijlFree(&properties) != IJL_OK) Report("Can't free Intel(R) JPEG library\n");

@@ -23,16 +23,12 @@ constexpr int kMaxScans = 500;  // a progressive file may hold any number of the
 struct ErrorManager {
   jpeg_error_mgr base;  // first, so that libjpeg's pointer is also one to this record
   std::jmp_buf escape;
-  bool damaged, outOfMemory;
+  bool damaged;
 };
 
 ErrorManager& ErrorsOf(j_common_ptr codec) { return *reinterpret_cast<ErrorManager*>(codec->err); }
 
-[[noreturn]] void Escape(j_common_ptr codec) {
-  ErrorManager& errors = ErrorsOf(codec);
-  errors.outOfMemory = codec->err->msg_code == JERR_OUT_OF_MEMORY;
-  std::longjmp(errors.escape, 1);
-}
+[[noreturn]] void Escape(j_common_ptr codec) { std::longjmp(ErrorsOf(codec).escape, 1); }
 
 /// Warnings that tell of damage.
 constexpr int kDamages[] = {JWRN_ARITH_BAD_CODE, JWRN_BOGUS_PROGRESSION, JWRN_HIT_MARKER,
@@ -53,7 +49,8 @@ jpeg_error_mgr* Prepare(ErrorManager& errors) {
 /// Runs `work` until its end or its first fatal error.
 template <class Work>
 IJLERR Guard(ErrorManager& errors, Work work) {
-  if (setjmp(errors.escape) != 0) return errors.outOfMemory ? IJL_OUT_OF_MEMORY : IJL_FAILED;
+  if (setjmp(errors.escape) != 0)
+    return errors.base.msg_code == JERR_OUT_OF_MEMORY ? IJL_OUT_OF_MEMORY : IJL_FAILED;
   work();
   return errors.damaged ? IJL_FAILED : IJL_OK;
 }
@@ -230,11 +227,8 @@ class Encoder {
     codec_.image_height = static_cast<JDIMENSION>(std::abs(properties.DIBHeight));
     codec_.input_components = properties.DIBChannels;
     codec_.in_color_space = ColoursOf(properties);
-    jpeg_set_defaults(&codec_);
+    jpeg_set_defaults(&codec_);  // among them, how colours are subsampled
     jpeg_set_quality(&codec_, properties.jquality, TRUE);
-    const int factor = properties.JPGSubsampling == IJL_411 ? 2 : 1;
-    codec_.comp_info[0].h_samp_factor = factor;
-    codec_.comp_info[0].v_samp_factor = factor;
   }
 
   jpeg_compress_struct codec_{};

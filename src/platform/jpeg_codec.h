@@ -11,9 +11,6 @@ enum IJLIOTYPE {
   IJL_JFILE_WRITEWHOLEIMAGE = 8,
 };
 
-/// Chroma at full resolution, or at half of it in both directions.
-enum IJL_SUBSAMPLING { IJL_NONE = 0, IJL_411 = 1 };
-
 /// One picture in memory (DIB...) and one in a file (JPG...). Pixels in memory are gray, of one
 /// channel, or blue, green, red, of three. They stand top row first, or bottom row first where
 /// `DIBHeight` is negative. Each row of `DIBWidth` x `DIBChannels` bytes is followed by
@@ -23,7 +20,6 @@ struct JPEG_CORE_PROPERTIES {
   int DIBWidth, DIBHeight, DIBPadBytes, DIBChannels;
   const char* JPGFile;
   int JPGWidth, JPGHeight, JPGChannels;
-  IJL_SUBSAMPLING JPGSubsampling;
   int jquality;  // 1..100
 };
 
@@ -37,9 +33,9 @@ IJLERR ijlInit(JPEG_CORE_PROPERTIES* properties);
 /// Never throws.
 IJLERR ijlRead(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type);
 
-/// IJL_JFILE_WRITEWHOLEIMAGE encodes `DIBBytes` to `JPGFile`, with as many channels. The file is
-/// created once the fields have been found usable, and stays as far as it got if writing fails.
-/// Never throws.
+/// IJL_JFILE_WRITEWHOLEIMAGE encodes `DIBBytes` to `JPGFile`, with as many channels, colours at
+/// half the resolution in both directions. The file is created once the fields have been found
+/// usable, and stays as far as it got if writing fails. Never throws.
 IJLERR ijlWrite(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type);
 
 /// Lets go of the record.
