@@ -33,39 +33,39 @@ HWY_INLINE V Choose(D d8, const std::uint8_t* entries, V levels) {
   }
 }
 
-void ApplyMap(ImageView gray, const GrayMap& map) {
+template <class D>
+HWY_INLINE void MapVectors(D d8, const std::array<GrayMap, 1>& maps, std::uint8_t* levels) {
+  hn::StoreU(Choose<256>(d8, maps[0].data(), hn::LoadU(d8, levels)), d8, levels);
+}
+
+template <class D>
+HWY_INLINE void MapVectors(D d8, const std::array<GrayMap, 3>& maps, std::uint8_t* pixels) {
+  auto blue = hn::Zero(d8), green = hn::Zero(d8), red = hn::Zero(d8);
+  LoadPlanes(d8, pixels, blue, green, red);
+  StorePlanes(d8, Choose<256>(d8, maps[0].data(), blue), Choose<256>(d8, maps[1].data(), green),
+              Choose<256>(d8, maps[2].data(), red), pixels);
+}
+
+/// @param maps  a copy, which no pixel aliases.
+template <std::size_t kPlanes>
+void ApplyMaps(ImageView image, const std::array<GrayMap, kPlanes> maps) {
   const hn::ScalableTag<std::uint8_t> d8;
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d8));
-  const std::ptrdiff_t vectorised = kPermutesBytes ? gray.width : 0;
-  const GrayMap entries = map;  // which no pixel aliases
-  for (std::int32_t y = 0; y < gray.height; ++y) {
-    std::uint8_t* row = gray.Row(y);
+  const std::ptrdiff_t vectorised = kPermutesBytes ? image.width : 0;
+  for (std::int32_t y = 0; y < image.height; ++y) {
+    std::uint8_t* pixel = image.Row(y);
     std::ptrdiff_t x = 0;
-    for (; x + lanes <= vectorised; x += lanes)
-      hn::StoreU(Choose<256>(d8, entries.data(), hn::LoadU(d8, row + x)), d8, row + x);
-    for (; x < gray.width; ++x) row[x] = entries[row[x]];
+    for (; x + lanes <= vectorised; x += lanes, pixel += kPlanes * hn::Lanes(d8))
+      MapVectors(d8, maps, pixel);
+    for (; x < image.width; ++x, pixel += kPlanes)
+      for (std::size_t plane = 0; plane < kPlanes; ++plane)
+        pixel[plane] = maps[plane][pixel[plane]];
   }
 }
 
-void ApplyPlaneMaps(ImageView bgr, const std::array<GrayMap, 3>& maps) {
-  const hn::ScalableTag<std::uint8_t> d8;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d8));
-  const std::ptrdiff_t vectorised = kPermutesBytes ? bgr.width : 0;
-  const std::array<GrayMap, 3> entries = maps;
-  for (std::int32_t y = 0; y < bgr.height; ++y) {
-    std::uint8_t* pixel = bgr.Row(y);
-    std::ptrdiff_t x = 0;
-    for (; x + lanes <= vectorised; x += lanes, pixel += 3 * lanes) {
-      auto blue = hn::Zero(d8), green = hn::Zero(d8), red = hn::Zero(d8);
-      LoadPlanes(d8, pixel, blue, green, red);
-      StorePlanes(d8, Choose<256>(d8, entries[0].data(), blue),
-                  Choose<256>(d8, entries[1].data(), green),
-                  Choose<256>(d8, entries[2].data(), red), pixel);
-    }
-    for (; x < bgr.width; ++x, pixel += 3)
-      for (std::size_t plane = 0; plane < 3; ++plane) pixel[plane] = entries[plane][pixel[plane]];
-  }
-}
+void ApplyMap(ImageView gray, const GrayMap& map) { ApplyMaps<1>(gray, {map}); }
+
+void ApplyPlaneMaps(ImageView bgr, const std::array<GrayMap, 3>& maps) { ApplyMaps<3>(bgr, maps); }
 
 }  // namespace rastelo::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -20,12 +20,8 @@ rastelo::Histogram ToHistogram(const LONG* table) {
   return counts;
 }
 
-bool IsGray(const CRastelo& image) {
-  return Inside::HasPixels(image) && Inside::BitCount(image) == 8;
-}
-
-bool IsColour(const CRastelo& image) {
-  return Inside::HasPixels(image) && Inside::BitCount(image) == 24;
+bool HasDepth(const CRastelo& image, int bitCount) {
+  return Inside::HasPixels(image) && Inside::BitCount(image) == bitCount;
 }
 
 void EqualizeSegments(CRastelo& image, LevelCounts counts, std::initializer_list<int> bounds) {
@@ -68,22 +64,22 @@ void CRastelo::HistogramStatic(LONG* const first, LONG* const second, LONG* cons
 
 void CRastelo::HistogramEqualization() {
   const rastelo::ConstImageView pixels = Inside::Pixels(*this);
-  if (IsGray(*this)) EqualizeSegments(*this, rastelo::CountLevels(pixels), {0, 255});
-  if (IsColour(*this)) EqualizePlanes(*this, rastelo::CountPlaneLevels(pixels));
+  if (HasDepth(*this, 8)) EqualizeSegments(*this, rastelo::CountLevels(pixels), {0, 255});
+  if (HasDepth(*this, 24)) EqualizePlanes(*this, rastelo::CountPlaneLevels(pixels));
 }
 
 void CRastelo::HistogramEqualization1() {
   const rastelo::ConstImageView pixels = Inside::Pixels(*this);
-  if (IsGray(*this)) EqualizeLifted(*this, rastelo::CountLevels(pixels));
-  if (IsColour(*this)) EqualizePlanes(*this, rastelo::CountPlaneLevels(pixels));
+  if (HasDepth(*this, 8)) EqualizeLifted(*this, rastelo::CountLevels(pixels));
+  if (HasDepth(*this, 24)) EqualizePlanes(*this, rastelo::CountPlaneLevels(pixels));
 }
 
 void CRastelo::HistogramEqualization2() {
-  if (IsGray(*this)) EqualizeThreeClasses(*this, rastelo::CountLevels(Inside::Pixels(*this)));
+  if (HasDepth(*this, 8)) EqualizeThreeClasses(*this, rastelo::CountLevels(Inside::Pixels(*this)));
 }
 
 void CRastelo::HistogramEqualization3() {
-  if (IsGray(*this)) EqualizeTwoSides(*this, rastelo::CountLevels(Inside::Pixels(*this)));
+  if (HasDepth(*this, 8)) EqualizeTwoSides(*this, rastelo::CountLevels(Inside::Pixels(*this)));
 }
 
 void CRastelo::InitHistogramEqGrayMap(LONG* const counts, int first, int last, unsigned char* map) {
@@ -93,22 +89,22 @@ void CRastelo::InitHistogramEqGrayMap(LONG* const counts, int first, int last, u
 // The steps of the equalisations for a host's own counts, as they are declared.
 
 void CRastelo::HistogramEqualization_8(LONG* const counts) {
-  if (IsGray(*this)) EqualizeSegments(*this, ToHistogram(counts), {0, 255});
+  if (HasDepth(*this, 8)) EqualizeSegments(*this, ToHistogram(counts), {0, 255});
 }
 
 void CRastelo::HistogramEqualization_24(LONG* const blue, LONG* const green, LONG* const red) {
-  if (IsColour(*this))
+  if (HasDepth(*this, 24))
     EqualizePlanes(*this, {ToHistogram(blue), ToHistogram(green), ToHistogram(red)});
 }
 
 void CRastelo::HistogramEqualization_8_1(LONG* const counts) {
-  if (IsGray(*this)) EqualizeLifted(*this, ToHistogram(counts));
+  if (HasDepth(*this, 8)) EqualizeLifted(*this, ToHistogram(counts));
 }
 
 void CRastelo::HistogramEqualization_8_2(LONG* const counts) {
-  if (IsGray(*this)) EqualizeThreeClasses(*this, ToHistogram(counts));
+  if (HasDepth(*this, 8)) EqualizeThreeClasses(*this, ToHistogram(counts));
 }
 
 void CRastelo::HistogramEqualization_8_3(LONG* const counts) {
-  if (IsGray(*this)) EqualizeTwoSides(*this, ToHistogram(counts));
+  if (HasDepth(*this, 8)) EqualizeTwoSides(*this, ToHistogram(counts));
 }
