@@ -1,6 +1,5 @@
 #include "bench/judge.h"
 #include "image/key_colour.h"
-#include "image/reverse_rows.h"
 #include "plain/image.h"
 #include "rastelo.h"
 

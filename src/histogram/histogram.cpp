@@ -209,6 +209,22 @@ Histogram CountLevels(ConstImageView gray) { return Count<1>(gray)[0]; }
 
 std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr) { return Count<3>(bgr); }
 
+std::uint64_t SumLevels(ConstImageView gray) {
+  const hn::ScalableTag<std::uint8_t> d8;
+  const hn::Repartition<std::uint64_t, decltype(d8)> d64;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d8));
+  auto sums = hn::Zero(d64);
+  std::uint64_t rest = 0;
+  for (std::int32_t y = 0; y < gray.height; ++y) {
+    const std::uint8_t* row = gray.Row(y);
+    std::ptrdiff_t x = 0;
+    for (; x + lanes <= gray.width; x += lanes)
+      sums = hn::Add(sums, hn::SumsOf8(hn::LoadU(d8, row + x)));
+    for (; x < gray.width; ++x) rest += row[x];
+  }
+  return rest + hn::GetLane(hn::SumOfLanes(d64, sums));
+}
+
 }  // namespace rastelo::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -218,11 +234,20 @@ namespace rastelo {
 
 HWY_EXPORT(CountLevels);
 HWY_EXPORT(CountPlaneLevels);
+HWY_EXPORT(SumLevels);
 
 Histogram CountLevels(ConstImageView gray) { return HWY_DYNAMIC_DISPATCH(CountLevels)(gray); }
 
 std::array<Histogram, 3> CountPlaneLevels(ConstImageView bgr) {
   return HWY_DYNAMIC_DISPATCH(CountPlaneLevels)(bgr);
+}
+
+std::uint64_t SumLevels(ConstImageView gray) { return HWY_DYNAMIC_DISPATCH(SumLevels)(gray); }
+
+int MeanLevel(ConstImageView gray) {
+  const auto pixels = std::uint64_t{1} * static_cast<std::uint32_t>(gray.width) *
+                      static_cast<std::uint32_t>(gray.height);
+  return static_cast<int>(SumLevels(gray) / pixels);
 }
 
 int MeanOfCounts(LevelCounts counts) {

@@ -2,23 +2,11 @@
 
 #include <cstring>
 
-#include "image/little_endian.h"
-#include "image/reverse_rows.h"
-
 namespace rastelo {
 
 std::uint32_t BmpTableEntries(int bitCount, std::uint32_t coloursUsed) {
   if (coloursUsed != 0) return coloursUsed;
-  switch (bitCount) {
-    case 1:
-      return 2;
-    case 4:
-      return 16;
-    case 8:
-      return 256;
-    default:
-      return 0;
-  }
+  return bitCount == 1 || bitCount == 4 || bitCount == 8 ? 1u << bitCount : 0;
 }
 
 std::optional<BmpLayout> ReadBmpLayout(std::span<const std::uint8_t> data,

@@ -7,9 +7,7 @@
 #include "image/bmp_format.h"
 #include "image/inside.h"
 #include "image/key_colour.h"
-#include "image/little_endian.h"
 #include "image/missing_file_message.h"
-#include "image/reverse_rows.h"
 #include "platform/file.h"
 #include "rastelo.h"
 

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "image/inside.h"
-#include "image/reverse_rows.h"
 #include "platform/debug_output.h"
 #include "rastelo.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -18,6 +19,13 @@ struct View {
 };
 using ImageView = View<std::uint8_t>;
 using ConstImageView = View<const std::uint8_t>;
+
+/// Flips an image upside down in place: row y and row H - 1 - y change places, all `pitch` bytes
+/// of them. Cannot fail.
+inline void ReverseRows(ImageView image) {
+  for (std::int32_t y = 0; y < image.height / 2; ++y)
+    std::swap_ranges(image.Row(y), image.Row(y) + image.pitch, image.Row(image.height - 1 - y));
+}
 
 /// Bytes from one row to the next: ((bits * width + 31) / 32) * 4.
 constexpr std::int64_t Pitch(std::int64_t width, std::int64_t bits) {
