@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -45,17 +46,16 @@ struct Source {
   }
 };
 
-bool OpenSource(const void* bits, const BITMAPINFO* info, UINT usage, Source& source) {
-  if (!bits || !info || usage != DIB_RGB_COLORS) return false;
+std::optional<Source> OpenSource(const void* bits, const BITMAPINFO* info, UINT usage) {
+  if (!bits || !info || usage != DIB_RGB_COLORS) return {};
   const BITMAPINFOHEADER& header = info->bmiHeader;
-  if (header.biSize != sizeof header || header.biCompression != 0) return false;
-  if (!IsKnownDepth(header.biBitCount) || header.biWidth <= 0 || header.biHeight <= 0) return false;
-  if (!FitsBuffer(header.biWidth, header.biHeight, header.biBitCount)) return false;
-  source.pixels = {static_cast<const std::uint8_t*>(bits), header.biWidth, header.biHeight,
-                   static_cast<std::int32_t>(Pitch(header.biWidth, header.biBitCount))};
-  source.bitCount = header.biBitCount;
-  source.colours = info->bmiColors;
-  return true;
+  if (header.biSize != sizeof header || header.biCompression != 0) return {};
+  if (!IsKnownDepth(header.biBitCount) || header.biWidth <= 0 || header.biHeight <= 0) return {};
+  if (!FitsBuffer(header.biWidth, header.biHeight, header.biBitCount)) return {};
+  const auto pitch = static_cast<std::int32_t>(Pitch(header.biWidth, header.biBitCount));
+  return Source{{static_cast<const std::uint8_t*>(bits), header.biWidth, header.biHeight, pitch},
+                header.biBitCount,
+                info->bmiColors};
 }
 
 std::int64_t DivideUp(std::int64_t a, std::int64_t b) { return a / b + (a % b > 0 ? 1 : 0); }
@@ -105,28 +105,6 @@ struct StretchAxis {
   }
 };
 
-/// Several pixels of blue, green, red that are combined to one.
-struct Combination {
-  std::uint64_t sum[3] = {};
-  unsigned char all[3] = {255, 255, 255}, any[3] = {};
-
-  void Add(const unsigned char* bgr) {
-    for (int c = 0; c < 3; ++c) {
-      sum[c] += bgr[c];
-      all[c] &= bgr[c];
-      any[c] |= bgr[c];
-    }
-  }
-
-  /// Stores what they are combined to by the stretch mode.
-  void Store(int mode, std::uint64_t count, unsigned char* bgr) const {
-    for (int c = 0; c < 3; ++c) {
-      const auto mean = static_cast<unsigned char>(sum[c] / count);
-      bgr[c] = mode == BLACKONWHITE ? all[c] : mode == WHITEONBLACK ? any[c] : mean;
-    }
-  }
-};
-
 struct Surface {
   unsigned char* pixels;
   std::int64_t width, height;
@@ -136,22 +114,21 @@ struct Surface {
 };
 
 /// A stretch of an area of a bitmap to an area of a surface.
-class Stretch {
- public:
-  Stretch(const Source& source, const StretchAxis& across, const StretchAxis& down, int mode,
-          Surface surface)
-      : source_(source), across_(across), down_(down), mode_(mode), surface_(surface) {}
+struct Stretch {
+  const Source& source;
+  StretchAxis across, down;
+  int mode;
+  Surface surface;
 
   void Draw() const {
-    const Interval rows = Clip(down_.target, {0, surface_.height});
-    const Interval columns = Clip(across_.target, {0, surface_.width});
-    if (mode_ == COLORONCOLOR && source_.bitCount == 24)
-      DrawGathered(down_.Trim(rows), across_.Trim(columns));
+    const Interval rows = Clip(down.target, {0, surface.height});
+    const Interval columns = Clip(across.target, {0, surface.width});
+    if (mode == COLORONCOLOR && source.bitCount == 24)
+      DrawGathered(down.Trim(rows), across.Trim(columns));
     else
       DrawCombined(rows, columns);
   }
 
- private:
   // A few columns at a time: where they come from is worked out once for all rows.
   static constexpr std::int64_t kStrip = 256;
   using Strip = std::span<const Interval>;
@@ -165,7 +142,7 @@ class Stretch {
       PlanColumns({first, std::min(columns.end, first + ColumnGather::kMost)}, gather);
       for (std::int64_t row = rows.first; row < rows.end; ++row)
         GatherPixels(RowAt(row), RowAt(std::min(row + 1, rows.end - 1)), nonTemporal, gather,
-                     surface_.Pixel(first, row));
+                     surface.Pixel(first, row));
     }
     if (nonTemporal) hwy::FlushStream();
   }
@@ -173,54 +150,59 @@ class Stretch {
   void PlanColumns(Interval columns, ColumnGather& gather) const {
     gather.count = static_cast<std::int32_t>(columns.Length());
     for (std::int32_t i = 0; i < gather.count; ++i)
-      gather.columns[i] = static_cast<std::int32_t>(across_.Shown(columns.first + i).first);
-    rastelo::PlanColumns(source_.pixels.width, gather);
+      gather.columns[i] = static_cast<std::int32_t>(across.Shown(columns.first + i).first);
+    rastelo::PlanColumns(source.pixels.width, gather);
   }
 
   const std::uint8_t* RowAt(std::int64_t row) const {
-    return source_.pixels.Row(static_cast<std::int32_t>(down_.Shown(row).first));
+    return source.pixels.Row(static_cast<std::int32_t>(down.Shown(row).first));
   }
 
   void DrawCombined(Interval rows, Interval columns) const {
     Interval strip[kStrip];
     for (std::int64_t first = columns.first; first < columns.end; first += kStrip) {
       const std::int64_t count = std::min(kStrip, columns.end - first);
-      for (std::int64_t i = 0; i < count; ++i) strip[i] = across_.Shown(first + i);
+      for (std::int64_t i = 0; i < count; ++i) strip[i] = across.Shown(first + i);
       for (std::int64_t row = rows.first; row < rows.end; ++row)
-        DrawStrip(down_.Shown(row), {strip, static_cast<std::size_t>(count)},
-                  surface_.Pixel(first, row));
+        DrawStrip(down.Shown(row), {strip, static_cast<std::size_t>(count)},
+                  surface.Pixel(first, row));
     }
   }
 
   /// Draws a pixel from each of `strip` and all `rows`, where there are any.
   void DrawStrip(Interval rows, Strip strip, unsigned char* target) const {
     if (rows.IsEmpty()) return;
-    const std::uint8_t* levels = source_.pixels.Row(static_cast<std::int32_t>(rows.first));
+    const std::uint8_t* levels = source.pixels.Row(static_cast<std::int32_t>(rows.first));
     for (const Interval& columns : strip) {
-      if (!columns.IsEmpty() && mode_ == COLORONCOLOR)
-        source_.LoadGray(levels[columns.first], target);
+      if (!columns.IsEmpty() && mode == COLORONCOLOR)
+        source.LoadGray(levels[columns.first], target);
       else if (!columns.IsEmpty())
         Combine(columns, rows, target);
       target += 4;
     }
   }
 
+  /// Stores what the pixels are combined to by the stretch mode.
   void Combine(Interval columns, Interval rows, unsigned char* target) const {
-    Combination all;
+    std::uint64_t sum[3] = {};
+    unsigned char all[3] = {255, 255, 255}, any[3] = {};
     for (std::int64_t y = rows.first; y < rows.end; ++y) {
       for (std::int64_t x = columns.first; x < columns.end; ++x) {
         unsigned char bgr[3];
-        source_.Load(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), bgr);
-        all.Add(bgr);
+        source.Load(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), bgr);
+        for (int c = 0; c < 3; ++c) {
+          sum[c] += bgr[c];
+          all[c] &= bgr[c];
+          any[c] |= bgr[c];
+        }
       }
     }
-    all.Store(mode_, static_cast<std::uint64_t>(rows.Length() * columns.Length()), target);
+    const auto count = static_cast<std::uint64_t>(rows.Length() * columns.Length());
+    for (int c = 0; c < 3; ++c) {
+      const auto mean = static_cast<unsigned char>(sum[c] / count);
+      target[c] = mode == BLACKONWHITE ? all[c] : mode == WHITEONBLACK ? any[c] : mean;
+    }
   }
-
-  const Source& source_;
-  StretchAxis across_, down_;
-  int mode_;
-  Surface surface_;
 };
 
 }  // namespace
@@ -243,18 +225,18 @@ const unsigned char* MemoryDeviceContext::Pixel(int x, int y) const {
 int MemoryDeviceContext::SetDIBitsToDevice(int x, int y, DWORD width, DWORD height, int sourceX,
                                            int sourceY, UINT firstLine, UINT lines,
                                            const void* bits, const BITMAPINFO* info, UINT usage) {
-  Source source;
-  if (!OpenSource(bits, info, usage, source)) return 0;
-  if (firstLine >= static_cast<std::int64_t>(source.pixels.height)) return 0;
+  const auto source = OpenSource(bits, info, usage);
+  if (!source) return 0;
+  if (firstLine >= static_cast<std::int64_t>(source->pixels.height)) return 0;
   const Interval present =
-      Clip({firstLine, std::int64_t{firstLine} + lines}, {0, source.pixels.height});
+      Clip({firstLine, std::int64_t{firstLine} + lines}, {0, source->pixels.height});
   const std::int64_t w = static_cast<std::int32_t>(width), h = static_cast<std::int32_t>(height);
 
   // Target column X shows source column X - shiftX; target row Y shows source row top - Y.
   const std::int64_t shiftX = std::int64_t{x} - sourceX;
   const std::int64_t top = std::int64_t{y} + sourceY + h - 1;
   const Interval columns =
-      Clip(Clip({x, x + w}, {0, width_}), {shiftX, shiftX + source.pixels.width});
+      Clip(Clip({x, x + w}, {0, width_}), {shiftX, shiftX + source->pixels.width});
   const Interval rows =
       Clip(Clip({y, y + h}, {0, height_}), {top - present.end + 1, top - present.first + 1});
   const auto lineCount = static_cast<int>(present.Length());
@@ -262,11 +244,11 @@ int MemoryDeviceContext::SetDIBitsToDevice(int x, int y, DWORD width, DWORD heig
   // The lowest row of the area, which is the first in `bits`, is drawn first.
   const auto firstRow = static_cast<std::int32_t>(top - rows.end + 1 - present.first);
   const ConstImageView area = {
-      source.pixels.Row(firstRow) + source.bitCount / 8 * (columns.first - shiftX),
+      source->pixels.Row(firstRow) + source->bitCount / 8 * (columns.first - shiftX),
       static_cast<std::int32_t>(columns.Length()), static_cast<std::int32_t>(rows.Length()),
-      source.pixels.pitch};
-  source.Draw(area, surface_.data() + ((rows.end - 1) * width_ + columns.first) * 4,
-              std::ptrdiff_t{-4} * width_);
+      source->pixels.pitch};
+  source->Draw(area, surface_.data() + ((rows.end - 1) * width_ + columns.first) * 4,
+               std::ptrdiff_t{-4} * width_);
   return lineCount;
 }
 
@@ -274,9 +256,8 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
                                        int sourceY, int sourceWidth, int sourceHeight,
                                        const void* bits, const BITMAPINFO* info, UINT usage,
                                        DWORD operation) {
-  Source source;
-  if (operation != SRCCOPY || !OpenSource(bits, info, usage, source)) return 0;
-  if (sourceWidth == 0 || sourceHeight == 0) return 0;
+  const auto source = OpenSource(bits, info, usage);
+  if (!source || operation != SRCCOPY || sourceWidth == 0 || sourceHeight == 0) return 0;
   const auto axis = [this](int start, int side, int sourceStart, int sourceSide, Interval bitmap,
                            bool isVertical) {
     return StretchAxis{PixelsOf(start, side),
@@ -286,11 +267,13 @@ int MemoryDeviceContext::StretchDIBits(int x, int y, int width, int height, int 
                        isVertical,
                        stretchMode_ == COLORONCOLOR};
   };
-  Stretch(source, axis(x, width, sourceX, sourceWidth, {0, source.pixels.width}, false),
-          axis(y, height, sourceY, sourceHeight, {0, source.pixels.height}, true), stretchMode_,
-          {surface_.data(), width_, height_})
-      .Draw();
-  return source.pixels.height;
+  const Stretch stretch{*source,
+                        axis(x, width, sourceX, sourceWidth, {0, source->pixels.width}, false),
+                        axis(y, height, sourceY, sourceHeight, {0, source->pixels.height}, true),
+                        stretchMode_,
+                        {surface_.data(), width_, height_}};
+  stretch.Draw();
+  return source->pixels.height;
 }
 
 int MemoryDeviceContext::SetStretchBltMode(int mode) {
