@@ -10,42 +10,38 @@
 namespace rastelo {
 namespace {
 
-/// The affinity of two neighbours: by the square of their distance, 1 or 2, and by the difference
-/// of their levels, whose sign does not count.
-class Weights {
- public:
-  Weights() {
-    for (int square = 1; square <= 2; ++square)
-      for (int difference = 0; difference < 256; ++difference)
-        weights_[static_cast<std::size_t>(square - 1)][static_cast<std::size_t>(difference)] =
-            RoundedExp(-1.0 * (square * 0.25 + difference * difference / 625.0));
-  }
-  double Of(bool diagonal, int centre, int neighbour) const {
-    return weights_[diagonal][static_cast<std::size_t>(std::abs(neighbour - centre))];
-  }
+/// The affinities of neighbours whose distance has the square 1, and 2, by the difference of their
+/// levels, whose sign does not count.
+using Weights = std::array<std::array<double, 256>, 2>;
 
- private:
-  std::array<std::array<double, 256>, 2> weights_;
-};
+Weights MakeWeights() {
+  Weights weights;
+  for (std::size_t i = 0; i < 256; ++i) {
+    const double difference = static_cast<double>(i * i) / 625.0;
+    weights[0][i] = RoundedExp(-(0.25 + difference));
+    weights[1][i] = RoundedExp(-(0.5 + difference));
+  }
+  return weights;
+}
 
 }  // namespace
 
 void SumAffinities(ConstImageView gray, AffinityTable& affinity) {
-  const Weights weights;
+  const Weights weights = MakeWeights();
   for (auto& row : affinity) row.fill(0.0);
   for (std::int32_t y = 0; y < gray.height; ++y) {
     const std::uint8_t* row = gray.Row(y);
     const std::int32_t top = std::max(y - 1, 0), bottom = std::min(y + 1, gray.height - 1);
     for (std::int32_t x = 0; x < gray.width; ++x) {
-      const int centre = row[x];
-      auto& sums = affinity[static_cast<std::size_t>(centre)];
+      auto& sums = affinity[row[x]];
       const std::int32_t left = std::max(x - 1, 0), right = std::min(x + 1, gray.width - 1);
       for (std::int32_t ny = top; ny <= bottom; ++ny) {
         const std::uint8_t* neighbours = gray.Row(ny);
         for (std::int32_t nx = left; nx <= right; ++nx) {
           if (nx == x && ny == y) continue;
-          const int level = neighbours[nx];
-          sums[static_cast<std::size_t>(level)] += weights.Of(nx != x && ny != y, centre, level);
+          const bool isDiagonal = nx != x && ny != y;
+          const auto difference = static_cast<std::size_t>(std::abs(neighbours[nx] - row[x]));
+          sums[neighbours[nx]] += weights[isDiagonal][difference];
         }
       }
     }
@@ -150,19 +146,17 @@ void CountPairs(ConstImageView gray, PairCounts& beside, PairCounts& diagonal) {
 /// What SumAffinities gives from the diagonal on, but for roundings: sums by counts and weights.
 void EstimateAffinities(const PairCounts& beside, const PairCounts& diagonal,
                         AffinityTable& affinity) {
-  const Weights weights;
+  const Weights weights = MakeWeights();
+  const auto weigh = [&](std::size_t i, std::size_t j) {
+    const double besides = static_cast<double>(beside[i][j]) + beside[j][i];
+    const double diagonals = static_cast<double>(diagonal[i][j]) + diagonal[j][i];
+    return besides * weights[0][j - i] + diagonals * weights[1][j - i];
+  };
   for (std::size_t i = 0; i < 256; ++i) {
     affinity[i][i] = 0.0;
-    for (std::size_t j = i + 1; j < 256; ++j) {
-      const auto weigh = [&](const PairCounts& counts, bool isDiagonal) {
-        return (static_cast<double>(counts[i][j]) + static_cast<double>(counts[j][i])) *
-               weights.Of(isDiagonal, static_cast<int>(i), static_cast<int>(j));
-      };
-      affinity[i][j] = weigh(beside, false) + weigh(diagonal, true);
-    }
+    for (std::size_t j = i + 1; j < 256; ++j) affinity[i][j] = weigh(i, j);
   }
-  affinity[255][255] = 2.0 * beside[255][255] * weights.Of(false, 255, 255) +
-                       2.0 * diagonal[255][255] * weights.Of(true, 255, 255);
+  affinity[255][255] = weigh(255, 255);
 }
 
 }  // namespace
