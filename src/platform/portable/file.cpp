@@ -10,6 +10,15 @@ namespace rastelo::platform {
 
 namespace {
 int Descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
+
+/// Calls once more what a signal has interrupted.
+template <class Call>
+std::ptrdiff_t Uninterrupted(Call call) {
+  std::ptrdiff_t result = 0;
+  do result = call();
+  while (result < 0 && errno == EINTR);
+  return result;
+}
 }  // namespace
 
 // Failures leave the reason in errno, for hosts that want to tell their users.
@@ -39,19 +48,11 @@ std::int64_t File::Size() const {
 }
 
 std::ptrdiff_t File::Read(void* bytes, std::size_t count) {
-  ssize_t got = 0;
-  do {
-    got = ::read(Descriptor(handle_), bytes, count);
-  } while (got < 0 && errno == EINTR);
-  return got;
+  return Uninterrupted([=, this] { return ::read(Descriptor(handle_), bytes, count); });
 }
 
 std::ptrdiff_t File::Write(const void* bytes, std::size_t count) {
-  ssize_t put = 0;
-  do {
-    put = ::write(Descriptor(handle_), bytes, count);
-  } while (put < 0 && errno == EINTR);
-  return put;
+  return Uninterrupted([=, this] { return ::write(Descriptor(handle_), bytes, count); });
 }
 
 bool File::Close() {
