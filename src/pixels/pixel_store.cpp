@@ -10,13 +10,8 @@ namespace rastelo {
 PixelStore PixelStore::ForOverwrite(std::int32_t width, std::int32_t height, int bitCount) {
   const std::int64_t pitch = Pitch(width, bitCount);
   if (pitch > INT32_MAX || pitch * height > PTRDIFF_MAX) throw std::bad_alloc();
-  PixelStore store;
-  store.width = width;
-  store.height = height;
-  store.pitch = static_cast<std::int32_t>(pitch);
-  store.bitCount = bitCount;
-  store.bits = AllocateArray<std::uint8_t>(store.Bytes());
-  return store;
+  return {AllocateArray<std::uint8_t>(static_cast<std::size_t>(pitch * height)), width, height,
+          static_cast<std::int32_t>(pitch), bitCount};
 }
 
 PixelStore PixelStore::Zeroed(std::int32_t width, std::int32_t height, int bitCount) {
