@@ -45,6 +45,16 @@ std::string WhyJpegFailed(CRastelo& image, const std::string& path) {
   return "its picture data is damaged, ends early or is too large";
 }
 
+/// The pixels behind the file header of a BMP file, or nothing if they cannot be used.
+std::optional<PixelStore> DecodeBmp(std::span<const std::uint8_t> data) {
+  const std::optional<BmpLayout> layout = ReadBmpLayout(data, data.size());
+  if (!layout) return std::nullopt;
+  PixelStore store = PixelStore::ForOverwrite(layout->width, layout->height, layout->bitCount);
+  std::memcpy(store.bits.get(), data.data() + layout->pixelOffset, store.Bytes());
+  if (layout->topDown) ReverseRows(store.Pixels());
+  return store;
+}
+
 /// Hands the pixels of a BMP file over as they are.
 void OpenBmpAsIs(CRastelo& image, const std::string& path) {
   std::ifstream file(path, std::ios::binary);

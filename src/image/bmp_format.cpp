@@ -1,7 +1,5 @@
 #include "image/bmp_format.h"
 
-#include <cstring>
-
 namespace rastelo {
 
 std::uint32_t BmpTableEntries(int bitCount, std::uint32_t coloursUsed) {
@@ -33,15 +31,6 @@ std::optional<BmpLayout> ReadBmpLayout(std::span<const std::uint8_t> data,
 
 bool HasBmpMagic(std::span<const std::uint8_t, kBmpFileHeaderBytes> fileHeader) {
   return fileHeader[0] == 'B' && fileHeader[1] == 'M';
-}
-
-std::optional<PixelStore> DecodeBmp(std::span<const std::uint8_t> data) {
-  const std::optional<BmpLayout> layout = ReadBmpLayout(data, data.size());
-  if (!layout) return std::nullopt;
-  PixelStore store = PixelStore::ForOverwrite(layout->width, layout->height, layout->bitCount);
-  std::memcpy(store.bits.get(), data.data() + layout->pixelOffset, store.Bytes());
-  if (layout->topDown) ReverseRows(store.Pixels());
-  return store;
 }
 
 std::array<std::uint8_t, kBmpFileHeaderBytes> MakeBmpFileHeader(const ConstImageView& image,

@@ -49,18 +49,11 @@ struct BmpLayout {
   std::size_t pixelOffset;     // from the info header on
 };
 
-/// Reads the info header at the start of `data`, of which there are `dataBytes` in all.
-/// @return nothing where DecodeBmp gives nothing.
+/// Reads the info header at the start of `data`, of which there are `dataBytes` in all. The rows
+/// stand directly behind the colour table, wherever the file header points.
+/// @return nothing if the data cannot be used: fewer than 40 bytes of header, a depth other than 8
+/// and 24, compression, a side that is 0 or a width below it, or rows that reach beyond the data.
 std::optional<BmpLayout> ReadBmpLayout(std::span<const std::uint8_t> data, std::uint64_t dataBytes);
-
-/// Decodes what stands behind the file header of a BMP file: info header, colour table, rows.
-/// The rows are taken from directly behind the colour table, wherever the file header points, and
-/// come out bottom-up. 8-bit pixels keep their bytes; the colour table is not applied.
-/// @return the pixels, or nothing if the data cannot be used: fewer than 40 bytes of header, a
-/// depth other than 8 and 24, compression, a side that is 0 or a width below it, or rows that reach
-/// beyond the data. A negative height says that the file's top row comes first. Throws
-/// std::bad_alloc.
-std::optional<PixelStore> DecodeBmp(std::span<const std::uint8_t> data);
 
 /// The two headers that a BMP file of these pixels starts with, little-endian. The depth is 8 or
 /// 24; the image's pitch is the file's.
