@@ -1,7 +1,6 @@
 #include "geometry/zoom.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #include "geometry/gray.h"
@@ -13,7 +12,6 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include "simd/even_odd-inl.h"
 #include "simd/gather_bytes-inl.h"
 #include "simd/non_temporal-inl.h"
 

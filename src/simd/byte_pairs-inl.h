@@ -8,14 +8,32 @@
 
 #include <hwy/highway.h>
 
-/// Whether a target of Highway has the two operations below as one instruction each. Better targets
-/// have smaller numbers; those of other architectures are larger.
+/// Whether a target of Highway has PermutePair and MultiplyPairs as one instruction each. Better
+/// targets have smaller numbers; those of other architectures are larger.
 #define RASTELO_HAS_BYTE_PAIRS(target) ((target) <= HWY_AVX3_DL)
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+/// Lanes of twice the width.
+template <class V>
+using Wide = hn::RepartitionToWide<hn::DFromV<V>>;
+
+/// The even lanes of unsigned numbers, widened in their places.
+template <class V>
+HWY_INLINE hn::Vec<Wide<V>> Even(V v) {
+  const Wide<V> dWide;
+  const auto low = static_cast<hn::TFromD<Wide<V>>>(hwy::LimitsMax<hn::TFromV<V>>());
+  return hn::And(hn::BitCast(dWide, v), hn::Set(dWide, low));
+}
+
+/// The odd ones, each in the place of the even one before it.
+template <class V>
+HWY_INLINE hn::Vec<Wide<V>> Odd(V v) {
+  return hn::ShiftRight<8 * sizeof(hn::TFromV<V>)>(hn::BitCast(Wide<V>(), v));
+}
 
 constexpr bool kHasBytePairs = RASTELO_HAS_BYTE_PAIRS(HWY_TARGET);
 
