@@ -19,8 +19,9 @@ namespace {
 constexpr std::int64_t kMaxFileBytes = std::int64_t{INT32_MAX} + (1 << 20);
 constexpr std::size_t kKeptHeaderBytes = rastelo::kBmpInfoHeaderBytes + rastelo::kBmpGrayTableBytes;
 
-/// So much is read or written at once that it is still in the near cache when it is gone over.
-constexpr std::size_t kChunkBytes = std::size_t{1} << 18;
+/// How many rows are read or written at once, so that they are still in L1 or L2 when they are gone
+/// over.
+std::int32_t RowsAtOnce(std::int32_t pitch) { return std::max((1 << 18) / std::max(pitch, 1), 1); }
 
 /// Reads on and forgets what is read.
 bool Skip(rastelo::platform::File& file, std::size_t count) {
@@ -36,7 +37,7 @@ bool ReadRows(rastelo::platform::File& file, std::span<const std::uint8_t> start
   const auto there = start.subspan(std::min(offset, start.size()));
   if (there.empty() && !Skip(file, offset - start.size())) return false;
   const auto pitch = static_cast<std::size_t>(store.pitch);
-  const auto rowsAtOnce = static_cast<std::int32_t>(std::max<std::size_t>(kChunkBytes / pitch, 1));
+  const std::int32_t rowsAtOnce = RowsAtOnce(store.pitch);
   std::size_t filled = std::min(there.size(), store.Bytes());
   std::copy_n(there.begin(), filled, store.bits.get());
   for (std::int32_t y = 0; y < store.height; y += rowsAtOnce) {
@@ -89,10 +90,8 @@ int CRastelo::SaveAs_BMP(const char* path) {
   if (!m_pImgBits || !Inside::HasKnownDepth(*this)) return 0;
   const rastelo::ConstImageView pixels = Inside::Pixels(*this);
   // A few rows at a time, with zeros behind their pixels.
-  const auto rowsAtOnce = static_cast<LONG>(std::clamp<std::size_t>(
-      kChunkBytes / std::max<std::size_t>(std::size_t(m_lLineBytes), 1), 1, INT32_MAX));
-  const auto rows =
-      rastelo::PixelStore::Zeroed(m_lWidth, std::min(m_lHeight, rowsAtOnce), m_nBitCount);
+  const auto rows = rastelo::PixelStore::Zeroed(
+      m_lWidth, std::min<LONG>(m_lHeight, RowsAtOnce(m_lLineBytes)), m_nBitCount);
   const std::size_t rowBytes = std::size_t(m_lWidth) * (m_nBitCount == 24 ? 3 : 1);
 
   auto file = rastelo::platform::File::Create(path);
