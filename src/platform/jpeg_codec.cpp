@@ -199,42 +199,34 @@ struct FileTarget {
   }
 };
 
-class Encoder {
- public:
-  explicit Encoder(File& file) : target_(file) {}
-  ~Encoder() { jpeg_destroy_compress(&codec_); }
-  Encoder(const Encoder&) = delete;
-  Encoder& operator=(const Encoder&) = delete;
+void SetParameters(const JPEG_CORE_PROPERTIES& properties, jpeg_compress_struct& codec) {
+  codec.image_width = static_cast<JDIMENSION>(properties.DIBWidth);
+  codec.image_height = static_cast<JDIMENSION>(std::abs(properties.DIBHeight));
+  codec.input_components = properties.DIBChannels;
+  codec.in_color_space = ColoursOf(properties);
+  jpeg_set_defaults(&codec);  // among them, how colours are subsampled
+  jpeg_set_quality(&codec, properties.jquality, TRUE);
+}
 
-  IJLERR WritePixels(const JPEG_CORE_PROPERTIES& properties) {
-    return Guard(errors_, [&] {
-      codec_.err = Prepare(errors_);
-      jpeg_create_compress(&codec_);
-      codec_.dest = &target_.base;
-      SetParameters(properties);
-      jpeg_start_compress(&codec_, TRUE);
-      while (codec_.next_scanline < codec_.image_height) {
-        JSAMPROW row = RowOf(properties, codec_.next_scanline);
-        jpeg_write_scanlines(&codec_, &row, 1);
-      }
-      jpeg_finish_compress(&codec_);
-    });
-  }
-
- private:
-  void SetParameters(const JPEG_CORE_PROPERTIES& properties) {
-    codec_.image_width = static_cast<JDIMENSION>(properties.DIBWidth);
-    codec_.image_height = static_cast<JDIMENSION>(std::abs(properties.DIBHeight));
-    codec_.input_components = properties.DIBChannels;
-    codec_.in_color_space = ColoursOf(properties);
-    jpeg_set_defaults(&codec_);  // among them, how colours are subsampled
-    jpeg_set_quality(&codec_, properties.jquality, TRUE);
-  }
-
-  jpeg_compress_struct codec_{};
-  ErrorManager errors_{};
-  FileTarget target_;
-};
+IJLERR Encode(const JPEG_CORE_PROPERTIES& properties, File& file) {
+  jpeg_compress_struct codec{};
+  ErrorManager errors{};
+  FileTarget target(file);
+  const IJLERR result = Guard(errors, [&] {
+    codec.err = Prepare(errors);
+    jpeg_create_compress(&codec);
+    codec.dest = &target.base;
+    SetParameters(properties, codec);
+    jpeg_start_compress(&codec, TRUE);
+    while (codec.next_scanline < codec.image_height) {
+      JSAMPROW row = RowOf(properties, codec.next_scanline);
+      jpeg_write_scanlines(&codec, &row, 1);
+    }
+    jpeg_finish_compress(&codec);
+  });
+  jpeg_destroy_compress(&codec);
+  return result;
+}
 
 bool CanWrite(const JPEG_CORE_PROPERTIES& properties) {
   const auto isSide = [](int side) { return side > 0 && side <= JPEG_MAX_DIMENSION; };
@@ -266,7 +258,7 @@ IJLERR ijlWrite(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type) {
   if (!properties || type != IJL_JFILE_WRITEWHOLEIMAGE || !CanWrite(*properties)) return IJL_FAILED;
   File file = File::Create(properties->JPGFile);
   if (!file) return IJL_FAILED;
-  const IJLERR written = Encoder(file).WritePixels(*properties);
+  const IJLERR written = Encode(*properties, file);
   return file.Close() ? written : IJL_FAILED;
 }
 
