@@ -103,74 +103,67 @@ struct FileSource {
   }
 };
 
-class Decoder {
- public:
-  explicit Decoder(File& file) : source_(file) {}
-  ~Decoder() { jpeg_destroy_decompress(&codec_); }
-  Decoder(const Decoder&) = delete;
-  Decoder& operator=(const Decoder&) = delete;
-
-  IJLERR ReadParameters(JPEG_CORE_PROPERTIES& properties) {
-    return Guard(errors_, [&] {
-      ReadHeader();
-      if (!CanHoldPicture(source_.file->Size())) ERREXIT(&codec_, JERR_INPUT_EOF);
-      properties.JPGWidth = static_cast<int>(codec_.image_width);
-      properties.JPGHeight = static_cast<int>(codec_.image_height);
-      properties.JPGChannels = codec_.num_components;
-    });
-  }
-
-  IJLERR ReadPixels(const JPEG_CORE_PROPERTIES& properties) {
-    return Guard(errors_, [&] {
-      ReadHeader();
-      if (!IsFor(properties)) ERREXIT(&codec_, JERR_BAD_IN_COLORSPACE);
-      codec_.out_color_space = ColoursOf(properties);
-      jpeg_start_decompress(&codec_);
-      while (codec_.output_scanline < codec_.output_height) {
-        JSAMPROW rows[kRowsAtOnce];
-        const JDIMENSION left = codec_.output_height - codec_.output_scanline;
-        const JDIMENSION count = std::min(left, kRowsAtOnce);
-        for (JDIMENSION i = 0; i < count; ++i)
-          rows[i] = RowOf(properties, codec_.output_scanline + i);
-        jpeg_read_scanlines(&codec_, rows, count);
-      }
-      jpeg_finish_decompress(&codec_);
-    });
-  }
-
- private:
-  void ReadHeader() {
-    codec_.err = Prepare(errors_);
-    jpeg_create_decompress(&codec_);
-    codec_.src = &source_.base;
-    progress_.progress_monitor = [](j_common_ptr codec) {
-      const auto* decoder = reinterpret_cast<j_decompress_ptr>(codec);
-      if (decoder->input_scan_number > kMaxScans) Escape(codec);
+/// Runs `work` on a decoder that has read the file's header.
+template <class Work>
+IJLERR Decode(File& file, Work work) {
+  jpeg_decompress_struct codec{};
+  ErrorManager errors{};
+  jpeg_progress_mgr progress{};
+  FileSource source(file);
+  const IJLERR result = Guard(errors, [&] {
+    codec.err = Prepare(errors);
+    jpeg_create_decompress(&codec);
+    codec.src = &source.base;
+    progress.progress_monitor = [](j_common_ptr codec) {
+      if (reinterpret_cast<j_decompress_ptr>(codec)->input_scan_number > kMaxScans) Escape(codec);
     };
-    codec_.progress = &progress_;
-    jpeg_read_header(&codec_, TRUE);
-  }
+    codec.progress = &progress;
+    jpeg_read_header(&codec, TRUE);
+    work(codec);
+  });
+  jpeg_destroy_decompress(&codec);
+  return result;
+}
 
-  /// Whether a file of this length has the bit that the coding by Huffman's codes (1952) spends on
-  /// a block of 8 x 8 pixels at least. Arithmetic coding may spend less.
-  bool CanHoldPicture(std::int64_t fileBytes) const {
-    const std::int64_t blocks =
-        (std::int64_t{codec_.image_width} + 7) / 8 * ((std::int64_t{codec_.image_height} + 7) / 8);
-    return codec_.arith_code != 0 || blocks / 8 <= fileBytes;
-  }
+/// Whether a file of this length has the bit that the coding by Huffman's codes (1952) spends on
+/// a block of 8 x 8 pixels at least. Arithmetic coding may spend less.
+bool CanHoldPicture(const jpeg_decompress_struct& codec, std::int64_t fileBytes) {
+  const std::int64_t blocks =
+      (std::int64_t{codec.image_width} + 7) / 8 * ((std::int64_t{codec.image_height} + 7) / 8);
+  return codec.arith_code != 0 || blocks / 8 <= fileBytes;
+}
 
-  bool IsFor(const JPEG_CORE_PROPERTIES& properties) const {
-    return properties.DIBBytes && properties.DIBWidth == static_cast<int>(codec_.image_width) &&
-           std::abs(properties.DIBHeight) == static_cast<int>(codec_.image_height) &&
-           properties.DIBChannels == codec_.num_components &&
-           (properties.DIBChannels == 1 || properties.DIBChannels == 3);
-  }
+IJLERR ReadParameters(File& file, JPEG_CORE_PROPERTIES& properties) {
+  return Decode(file, [&](jpeg_decompress_struct& codec) {
+    if (!CanHoldPicture(codec, file.Size())) ERREXIT(&codec, JERR_INPUT_EOF);
+    properties.JPGWidth = static_cast<int>(codec.image_width);
+    properties.JPGHeight = static_cast<int>(codec.image_height);
+    properties.JPGChannels = codec.num_components;
+  });
+}
 
-  jpeg_decompress_struct codec_{};
-  ErrorManager errors_{};
-  jpeg_progress_mgr progress_{};
-  FileSource source_;
-};
+bool IsFor(const jpeg_decompress_struct& codec, const JPEG_CORE_PROPERTIES& properties) {
+  return properties.DIBBytes && properties.DIBWidth == static_cast<int>(codec.image_width) &&
+         std::abs(properties.DIBHeight) == static_cast<int>(codec.image_height) &&
+         properties.DIBChannels == codec.num_components &&
+         (properties.DIBChannels == 1 || properties.DIBChannels == 3);
+}
+
+IJLERR ReadPixels(File& file, const JPEG_CORE_PROPERTIES& properties) {
+  return Decode(file, [&](jpeg_decompress_struct& codec) {
+    if (!IsFor(codec, properties)) ERREXIT(&codec, JERR_BAD_IN_COLORSPACE);
+    codec.out_color_space = ColoursOf(properties);
+    jpeg_start_decompress(&codec);
+    while (codec.output_scanline < codec.output_height) {
+      JSAMPROW rows[kRowsAtOnce];
+      const JDIMENSION left = codec.output_height - codec.output_scanline;
+      const JDIMENSION count = std::min(left, kRowsAtOnce);
+      for (JDIMENSION i = 0; i < count; ++i) rows[i] = RowOf(properties, codec.output_scanline + i);
+      jpeg_read_scanlines(&codec, rows, count);
+    }
+    jpeg_finish_decompress(&codec);
+  });
+}
 
 /// Takes a file from the encoder, a buffer at a time.
 struct FileTarget {
@@ -248,9 +241,8 @@ IJLERR ijlRead(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type) {
   if (!properties || !properties->JPGFile) return IJL_FAILED;
   File file = File::OpenExisting(properties->JPGFile);
   if (!file) return IJL_FAILED;
-  Decoder decoder(file);
-  if (type == IJL_JFILE_READPARAMS) return decoder.ReadParameters(*properties);
-  if (type == IJL_JFILE_READWHOLEIMAGE) return decoder.ReadPixels(*properties);
+  if (type == IJL_JFILE_READPARAMS) return ReadParameters(file, *properties);
+  if (type == IJL_JFILE_READWHOLEIMAGE) return ReadPixels(file, *properties);
   return IJL_FAILED;
 }
 
