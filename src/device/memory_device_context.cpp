@@ -131,7 +131,6 @@ struct Stretch {
 
   // A few columns at a time: where they come from is worked out once for all rows.
   static constexpr std::int64_t kStrip = 256;
-  using Strip = std::span<const Interval>;
 
   /// Draws pixels of colour one by one: each row and column shows one of the bitmap.
   void DrawGathered(Interval rows, Interval columns) const {
@@ -170,7 +169,7 @@ struct Stretch {
   }
 
   /// Draws a pixel from each of `strip` and all `rows`, where there are any.
-  void DrawStrip(Interval rows, Strip strip, unsigned char* target) const {
+  void DrawStrip(Interval rows, std::span<const Interval> strip, unsigned char* target) const {
     if (rows.IsEmpty()) return;
     const std::uint8_t* levels = source.pixels.Row(static_cast<std::int32_t>(rows.first));
     for (const Interval& columns : strip) {
