@@ -43,8 +43,8 @@ HWY_INLINE hn::Vec<Bytes> Widen(hn::Vec<Bytes> bgr) {
   return hn::TableLookupBytesOr0(hn::BitCast(d8, words), hn::Load(d8, kWideningPlaces.bytes));
 }
 
-/// Pixels of the row that are no vector's worth, or of which a vector would reach behind it, go by
-/// way of a buffer.
+/// The first pixels, up to where stores are aligned, and the last ones, where a load would reach
+/// beyond the row, go by way of a buffer.
 void WidenRow(const std::uint8_t* bgr, std::int32_t count, bool nonTemporal,
               std::uint8_t* surface) {
   const Bytes d8;

@@ -24,8 +24,10 @@ void KeepPath(const char* path, char (&kept)[kSize]) {
 
 bool IsUsablePath(const char* path) { return path && std::strlen(path) > 4; }
 
-/// Tells the codec of these pixels.
-void Describe(rastelo::ImageView pixels, int bitCount, JPEG_CORE_PROPERTIES& properties) {
+/// Tells the codec of a file and its pixels.
+void Describe(const char* path, rastelo::ImageView pixels, int bitCount,
+              JPEG_CORE_PROPERTIES& properties) {
+  properties.JPGFile = path;
   properties.DIBBytes = pixels.bits;
   properties.DIBWidth = pixels.width;
   properties.DIBHeight = -pixels.height;  // bottom row first
@@ -51,8 +53,7 @@ void Report(const char* message) {
 int Write(const char* path, rastelo::ImageView pixels, int bitCount) {
   JPEG_CORE_PROPERTIES properties{};
   if (ijlInit(&properties) != IJL_OK) Report("Can't initialize Intel(R) JPEG library\n");
-  Describe(pixels, bitCount, properties);
-  properties.JPGFile = path;
+  Describe(path, pixels, bitCount, properties);
   const bool written = ijlWrite(&properties, IJL_JFILE_WRITEWHOLEIMAGE) == IJL_OK;
   if (!written) Report("Can't write image\n");
   if (ijlFree(&properties) != IJL_OK) Report("Can't free Intel(R) JPEG library\n");
@@ -77,8 +78,7 @@ int CRastelo::ReadJpg(const char* path) {
   if (!IsUsablePath(path) || !m_pImgBits) return 0;
   JPEG_CORE_PROPERTIES properties;
   ijlInit(&properties);
-  Describe(Inside::Pixels(*this), m_nBitCount, properties);
-  properties.JPGFile = path;
+  Describe(path, Inside::Pixels(*this), m_nBitCount, properties);
   return Read(properties, IJL_JFILE_READWHOLEIMAGE) ? 1 : 0;
 }
 
