@@ -26,21 +26,8 @@ const int kDraws =
                                     }),
                     {.contents = {judge::Content::kPhoto}});
 
-const int kRows =
-    judge::Register("reverse rows", "peer",
-                    judge::PeerInPlace(24, [](cv::Mat& bgr) { cv::flip(bgr, bgr, 0); }),
-                    {.contents = {judge::Content::kPhoto}}) +
-    judge::Register("spread rows 8 bits", "peer",
-                    judge::PeerWork(8,
-                                    [](const cv::Mat& gray, cv::Mat& bgr) {
-                                      static cv::Mat flipped;
-                                      cv::flip(gray, flipped, 0);
-                                      cv::cvtColor(flipped, bgr, cv::COLOR_GRAY2BGR);
-                                    }),
-                    {.contents = {judge::Content::kPhoto}}) +
-    judge::Register("spread rows 24 bits", "peer",
-                    judge::PeerWork(24, [](const cv::Mat& bgr,
-                                           cv::Mat& flipped) { cv::flip(bgr, flipped, 0); }),
-                    {.contents = {judge::Content::kPhoto}});
+const int kRows = judge::Register(
+    "reverse rows", "peer", judge::PeerInPlace(24, [](cv::Mat& bgr) { cv::flip(bgr, bgr, 0); }),
+    {.contents = {judge::Content::kPhoto}});
 
 }  // namespace

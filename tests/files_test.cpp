@@ -111,14 +111,6 @@ TEST(KeyColourPass, IsThePlainOneOnEveryTarget) {
     });
 }
 
-TEST(SpreadRows, IsThePlainOneOnEveryTarget) {
-  for (const int bytes : {1, 3})
-    ExpectSameTarget(
-        bytes, [](const LiteralImage& from) { return Noise(from.width, from.height, 3); },
-        [=](auto from, auto to) { rastelo::SpreadRowsTopFirst(from, 8 * bytes, to); },
-        [=](auto from, auto to) { plain::SpreadRowsTopFirst(from, 8 * bytes, to); });
-}
-
 TEST(Bmp, CountsColourTableEntries) {
   const std::array<std::uint32_t, 4> cases[] = {
       {40, 8, 0, 256}, {40, 8, 7, 7},      {40, 4, 0, 16},   {40, 1, 0, 2},
