@@ -34,44 +34,49 @@ struct WideningPlaces {
 };
 constexpr WideningPlaces kWideningPlaces;
 
-/// A vector of widened pixels, from the lower three quarters of one.
-HWY_INLINE hn::Vec<Bytes> Widen(hn::Vec<Bytes> bgr) {
+/// A vector of widened pixels. Reads as many bytes as it gives, a third more than the pixels have.
+HWY_INLINE hn::Vec<Bytes> Widen(const std::uint8_t* bgr) {
   const Bytes d8;
   const Pixels d32;
-  const auto words =
-      hn::TableLookupLanes(hn::BitCast(d32, bgr), hn::SetTableIndices(d32, kWideningPlaces.words));
+  const auto words = hn::TableLookupLanes(hn::BitCast(d32, hn::LoadU(d8, bgr)),
+                                          hn::SetTableIndices(d32, kWideningPlaces.words));
   return hn::TableLookupBytesOr0(hn::BitCast(d8, words), hn::Load(d8, kWideningPlaces.bytes));
 }
 
-/// The first pixels, up to where stores are aligned, and the last ones, where a load would reach
-/// beyond the row, go by way of a buffer.
-void WidenRow(const std::uint8_t* bgr, std::int32_t count, bool nonTemporal,
+void WidenEach(const std::uint8_t* bgr, std::int32_t first, std::int32_t count,
+               std::uint8_t* surface) {
+  for (std::ptrdiff_t i = first; i < count; ++i) {
+    for (std::ptrdiff_t c = 0; c < 3; ++c) surface[4 * i + c] = bgr[3 * i + c];
+    surface[4 * i + 3] = 0;
+  }
+}
+
+/// Whether there is `more` source behind the row decides how far a vector may read.
+void WidenRow(const std::uint8_t* bgr, std::int32_t count, bool more, bool nonTemporal,
               std::uint8_t* surface) {
   const Bytes d8;
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(Pixels()));
-  const auto widen = [&](std::int32_t i, std::int32_t pixels) HWY_ATTR {
-    HWY_ALIGN std::uint8_t buffer[HWY_MAX_BYTES] = {};
-    const auto n = static_cast<std::size_t>(pixels);
-    std::memcpy(buffer, bgr + std::ptrdiff_t{3} * i, 3 * n);
-    hn::Store(Widen(hn::Load(d8, buffer)), d8, buffer);
-    std::memcpy(surface + std::ptrdiff_t{4} * i, buffer, 4 * n);
-  };
+  const auto from = [&](std::int32_t i) { return bgr + std::ptrdiff_t{3} * i; };
+  const auto to = [&](std::int32_t i) { return surface + std::ptrdiff_t{4} * i; };
+  const std::int32_t last = count - (more ? lanes : (4 * lanes + 2) / 3);
+  if (last < 0) return WidenEach(bgr, 0, count, surface);
+  // From the second vector on, stores are aligned.
+  hn::StoreU(Widen(bgr), d8, surface);
   const auto toAligned = static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(surface) / 4 %
                                                    hn::Lanes(Pixels()));
-  std::int32_t i = std::min(toAligned, count);
-  widen(0, i);
-  for (; i <= count - (4 * lanes + 2) / 3; i += lanes) {
-    const auto pixels = Widen(hn::LoadU(d8, bgr + std::ptrdiff_t{3} * i));
-    std::uint8_t* to = surface + std::ptrdiff_t{4} * i;
-    nonTemporal ? hn::Stream(pixels, d8, to) : hn::Store(pixels, d8, to);
-  }
-  for (; i < count; i += lanes) widen(i, std::min(lanes, count - i));
+  std::int32_t i = toAligned == 0 ? lanes : toAligned;
+  for (; i <= last; i += lanes)
+    nonTemporal ? hn::Stream(Widen(from(i)), d8, to(i)) : hn::StoreU(Widen(from(i)), d8, to(i));
+  if (more && i < count)
+    hn::StoreU(Widen(from(last)), d8, to(last));
+  else
+    WidenEach(bgr, i, count, surface);
 }
 
 void WidenPixels(ConstImageView bgr, std::uint8_t* surface, std::ptrdiff_t pitch) {
   const bool nonTemporal = DrawsNonTemporally(bgr.width, bgr.height);
   for (std::int32_t y = 0; y < bgr.height; ++y)
-    WidenRow(bgr.Row(y), bgr.width, nonTemporal, surface + y * pitch);
+    WidenRow(bgr.Row(y), bgr.width, y + 1 < bgr.height, nonTemporal, surface + y * pitch);
   if (nonTemporal) hwy::FlushStream();
 }
 
