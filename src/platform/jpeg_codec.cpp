@@ -156,8 +156,7 @@ IJLERR ReadPixels(File& file, const JPEG_CORE_PROPERTIES& properties) {
     jpeg_start_decompress(&codec);
     while (codec.output_scanline < codec.output_height) {
       JSAMPROW rows[kRowsAtOnce];
-      const JDIMENSION left = codec.output_height - codec.output_scanline;
-      const JDIMENSION count = std::min(left, kRowsAtOnce);
+      const JDIMENSION count = std::min(codec.output_height - codec.output_scanline, kRowsAtOnce);
       for (JDIMENSION i = 0; i < count; ++i) rows[i] = RowOf(properties, codec.output_scanline + i);
       jpeg_read_scanlines(&codec, rows, count);
     }

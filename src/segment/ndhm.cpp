@@ -69,10 +69,6 @@ void AddContrasts(const std::uint8_t* level, std::uint32_t area, std::uint32_t s
   for (; x < steps.size(); ++x) add(steps[x], totals[0]);
 }
 
-void Prefetch(const std::uint8_t* row, std::int32_t width) {
-  for (std::int32_t x = 0; x < width; x += 64) hwy::Prefetch(row + x);
-}
-
 }  // namespace
 
 std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t radius,
@@ -90,7 +86,7 @@ std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t rad
     const auto area = static_cast<std::uint32_t>(side * side);
     for (std::int32_t y = radius;; ++y) {
       // The row to enter next comes from memory while the totals are waiting for their stores.
-      Prefetch(gray.Row(y + radius), gray.width);
+      for (std::int32_t x = 0; x < gray.width; x += 64) hwy::Prefetch(gray.Row(y + radius) + x);
       AddContrasts(gray.Row(y) + radius, area, sum, steps, totals);
       if (y + 1 == gray.height - radius) break;
       sum +=
