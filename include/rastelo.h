@@ -43,9 +43,9 @@ struct Complex {
 /// 66, quarter turns 58, all others less than 40.
 ///
 /// Errors. Operations that can fail return 1 for success and 0 for failure. Running out of memory
-/// throws std::bad_alloc, which leaves the object as it was; only the JPEG saves catch it. Where a
-/// file could not be opened, created, read or written, the system's reason is in errno (on Windows
-/// in GetLastError) when the operation returns; other failures do not set it.
+/// throws std::bad_alloc, which leaves the object as it was; only SaveAs_visible_JPG catches it.
+/// Where a file could not be opened, created, read or written, the system's reason is in errno (on
+/// Windows in GetLastError) when the operation returns; other failures do not set it.
 ///
 /// Paths are narrow strings. Their extension is the tail of the last element, behind "/" or "\",
 /// from its last dot on, and is compared letter by letter.
