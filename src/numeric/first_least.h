@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <limits>
 #include <optional>
 
@@ -23,20 +24,19 @@ struct EstimatedPlace {
 /// @param rate      the rating of a place; one that is no number does not count.
 template <class Place, class ForEach, class CloseTo, class Rate>
 std::optional<Place> FindFirstLeast(ForEach forEach, CloseTo closeTo, double most, Rate rate) {
-  double least = std::numeric_limits<double>::infinity();
+  double least = std::numeric_limits<double>::infinity(), next = least;
+  std::optional<Place> first;
   forEach([&](const EstimatedPlace<Place>& at) {
-    if (at.isSure && at.estimate < least) least = at.estimate;
+    if (at.isSure && at.estimate < least) {
+      next = std::min(next, least);
+      least = at.estimate;
+      first = at.place;
+    } else {
+      next = std::min(next, at.estimate);
+    }
   });
   const double limit = closeTo(least);
-  std::optional<EstimatedPlace<Place>> first;
-  bool isAlone = true;
-  forEach([&](const EstimatedPlace<Place>& at) {
-    if (!(at.estimate <= limit)) return;
-    isAlone = isAlone && !first;
-    if (!first) first = at;
-  });
-  if (!first) return std::nullopt;
-  if (isAlone && first->isSure) return first->place;
+  if (first && next > limit) return first;
 
   std::optional<Place> best;
   forEach([&](const EstimatedPlace<Place>& at) {

@@ -12,7 +12,12 @@ struct Class {
   double weight = 0.0, mean = 0.0;
 };
 
-using Shares = std::array<double, 256>;
+/// The share of the pixels at each level, worked out when it is asked for: mostly none is.
+struct Shares {
+  LevelCounts counts;
+  double total;
+  double operator[](std::size_t level) const { return counts[level] / total; }
+};
 
 /// The shares of [first, end) and their mean level. The mean stays 0 for a class too small to
 /// qualify.
@@ -81,8 +86,7 @@ std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high) {
   std::int64_t total = 0;
   for (std::size_t i = first; i < end; ++i) total += counts[i];
   if (total == 0) return {};
-  Shares share;
-  for (std::size_t i = first; i < end; ++i) share[i] = counts[i] / static_cast<double>(total);
+  const Shares share{counts, static_cast<double>(total)};
   const auto found = FindFirstLeast<std::size_t>(
       [&](auto visit) { EstimateVariances(counts, first, end, total, visit); },
       [](double least) { return least + 2 * kMargin; }, -DBL_MIN,
