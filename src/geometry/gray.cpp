@@ -253,7 +253,7 @@ void BgrToGray(ConstImageView bgr, ImageView gray) {
   for (std::int32_t y = 0; y < bgr.height; ++y) {
     const std::uint8_t* row = bgr.Row(y);
     std::uint8_t* levels = gray.Row(y);
-    for (std::int32_t x = 0; bgr.width < lanes && x < bgr.width; ++x)
+    for (std::ptrdiff_t x = 0; bgr.width < lanes && x < bgr.width; ++x)
       levels[x] = GrayLevel(row[3 * x], row[3 * x + 1], row[3 * x + 2]);
     for (std::ptrdiff_t next = 0; bgr.width >= lanes && next < bgr.width; next += lanes) {
       // The last group of a row may overlap the one before.

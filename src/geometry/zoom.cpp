@@ -34,7 +34,9 @@ constexpr std::uint16_t kOne = 16;
 constexpr std::uint16_t FixedPoint(float weight) {
   return static_cast<std::uint16_t>(weight * kOne);
 }
-constexpr bool HasFixedPoint(float weight) { return FixedPoint(weight) == weight * kOne; }
+constexpr bool HasFixedPoint(float weight) {
+  return static_cast<float>(FixedPoint(weight)) == weight * kOne;
+}
 
 /// Where a target column or row falls on the source: on `pixel`, or between it and `next`.
 struct Sample {

@@ -53,7 +53,7 @@ void Inside::Adopt(CRastelo& image, const rastelo::PixelStore& store) noexcept {
 
 rastelo::PixelStore Inside::RoomForLoaded(const CRastelo& image, const rastelo::PixelStore& store) {
   const bool isShared = image.m_pOrgBits.use_count() != 1;
-  const rastelo::PixelStore last = Loaded(image);
+  rastelo::PixelStore last = Loaded(image);
   if (isShared || last.width != store.width || last.height != store.height ||
       last.bitCount != store.bitCount)
     return rastelo::PixelStore::ForOverwrite(store.width, store.height, store.bitCount);

@@ -75,7 +75,7 @@ std::array<std::int32_t, 256> SumContrasts(ConstImageView gray, std::int32_t rad
                                            std::span<std::uint32_t> work) {
   Totals totals{};
   if (radius > 0 && radius <= (gray.width - 1) / 2 && radius <= (gray.height - 1) / 2) {
-    const auto side = static_cast<std::size_t>(2 * radius);
+    const auto side = 2 * static_cast<std::size_t>(radius);
     // There is no step from the last pixel: it stays 0.
     const auto steps = work.first(static_cast<std::size_t>(gray.width) - side);
     const auto carried = steps.first(steps.size() - 1);
