@@ -24,7 +24,7 @@ int AddPanStep(int offset, int step) {
 ///     base = max(0, (imageSide - areaSide) / 2),
 /// moved by the pan offset and held within 0 to 2 * base.
 LONG PlaceDrawArea(LONG areaSide, LONG imageSide, int offset) {
-  const std::int64_t base = std::max(0, Wrap32(std::int64_t{imageSide} - areaSide) / 2);
+  const std::int64_t base = std::max<LONG>(0, Wrap32(std::int64_t{imageSide} - areaSide) / 2);
   return static_cast<LONG>(std::clamp<std::int64_t>(base + offset, 0, 2 * base));
 }
 
