@@ -22,9 +22,9 @@ void CRastelo::RotateImage_Dir(int direction) {
   if (!rastelo::FitsBuffer(m_lHeight, m_lWidth, m_nBitCount)) throw std::bad_alloc();
   const auto turn =
       direction == 1 ? rastelo::QuarterTurn::kCounterClockwise : rastelo::QuarterTurn::kClockwise;
-  const auto turned = rastelo::PixelStore::Zeroed(m_lHeight, m_lWidth, m_nBitCount);
-  rastelo::RotateQuarter(Inside::Pixels(*this), m_nBitCount / 8, turn, turned.Pixels());
-  Inside::Adopt(*this, turned);
+  const auto rotated = rastelo::PixelStore::Zeroed(m_lHeight, m_lWidth, m_nBitCount);
+  rastelo::RotateQuarter(Inside::Pixels(*this), m_nBitCount / 8, turn, rotated.Pixels());
+  Inside::Adopt(*this, rotated);
 }
 
 void CRastelo::RotateImage_Angle(int /*angle*/) {}
