@@ -35,9 +35,12 @@ namespace rastelo::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// A complex number in each lane.
+/// A complex number in each lane. Constructors that the compiler makes lack the permission to use
+/// this target's instructions.
 template <class V>
 struct ComplexLanes {
+  HWY_INLINE HWY_ATTR ComplexLanes() {}
+  HWY_INLINE HWY_ATTR ComplexLanes(V newRe, V newIm) : re(newRe), im(newIm) {}
   V re, im;
 };
 
