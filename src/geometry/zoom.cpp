@@ -125,11 +125,12 @@ class Strip {
     ahead_[1] = following.next > v.next ? source.Row(following.next) : nullptr;
     const Levels& row = Load(source, v.pixel, v.next);
     if (copies_ && v.nextWeight == 0.0f) return row.pixels;
-    const Levels& nextRow = Load(source, v.next, v.pixel);
     if (isFixedPoint_ && HasFixedPoint(v.nextWeight))
-      MixFixedPoint(row, nextRow, FixedPoint(v.nextWeight));
+      MixFixedPoint(row, Load(source, v.next, v.pixel), FixedPoint(v.nextWeight));
+    else if (v.nextWeight == 0.0f)
+      Mix(row);
     else
-      Mix(row, nextRow, v);
+      Mix(row, Load(source, v.next, v.pixel), v);
     return mixed_;
   }
 
@@ -172,7 +173,16 @@ class Strip {
     return hn::ConvertTo(df, hn::PromoteTo(d32, hn::LoadU(d8, levels)));
   }
 
-  /// Adds up in the order of the definition, every product and sum rounded.
+  /// Adds up in the order of the definition, every product and sum rounded; a row of weight 0 adds
+  /// nothing.
+  void Mix(const Levels& row) {
+    const Floats df;
+    Truncate([&](std::size_t i) HWY_ATTR {
+      return hn::Add(hn::Mul(Widen(row.pixels + i), hn::Load(df, pixelWeights_ + i)),
+                     hn::Mul(Widen(row.nexts + i), hn::Load(df, nextWeights_ + i)));
+    });
+  }
+
   void Mix(const Levels& row, const Levels& nextRow, const Sample& v) {
     const Floats df;
     const auto rowWeight = hn::Set(df, v.pixelWeight), nextRowWeight = hn::Set(df, v.nextWeight);
