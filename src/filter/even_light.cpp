@@ -12,7 +12,7 @@
 // Behind foreach_target.h.
 #include <hwy/highway.h>
 
-#include "simd/byte_pairs-inl.h"
+#include "simd/even_odd-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rastelo::HWY_NAMESPACE {

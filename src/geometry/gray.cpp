@@ -33,6 +33,7 @@
 // Behind foreach_target.h.
 #include <hwy/highway.h>
 
+#include "simd/even_odd-inl.h"
 #include "simd/planes-inl.h"
 
 HWY_BEFORE_NAMESPACE();

@@ -12,6 +12,7 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include "simd/even_odd-inl.h"
 #include "simd/gather_bytes-inl.h"
 #include "simd/non_temporal-inl.h"
 
