@@ -105,8 +105,8 @@ int CRastelo::SaveAs_BMP(const char* path) {
   bool written = file.WriteAll(fileHeader.data(), fileHeader.size()) &&
                  file.WriteAll(infoHeader.data(), infoHeader.size());
   if (m_nBitCount == 8) written = written && file.WriteAll(grayTable.data(), grayTable.size());
-  for (LONG y = 0; written && y < m_lHeight; y += rows.height) {
-    const LONG count = std::min<LONG>(rows.height, m_lHeight - y);
+  for (LONG y = 0, count = 0; written && y < m_lHeight; y += count) {
+    count = std::min<LONG>(rows.height, m_lHeight - y);
     for (LONG i = 0; i < count; ++i) std::memcpy(rows.Pixels().Row(i), pixels.Row(y + i), rowBytes);
     written = file.WriteAll(rows.bits.get(), std::size_t(rows.pitch) * std::size_t(count));
   }
