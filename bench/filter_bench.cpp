@@ -1,6 +1,8 @@
 #include <vector>
 
 #include "bench/judge.h"
+#include "filter/convolve.h"
+#include "filter/edges.h"
 #include "filter/even_light.h"
 #include "filter/invert.h"
 #include "filter/push.h"
@@ -12,6 +14,7 @@ namespace {
 
 using judge::InPlace;
 using judge::Register;
+using rastelo::ConstImageView;
 using rastelo::ImageView;
 
 const int kSobel = Register("Sobel", "ours", InPlace(8, rastelo::ApplySobel)) +
@@ -45,6 +48,45 @@ const int kTemplates = [] {
           name, "plain",
           InPlace(8, [=](ImageView gray) { plain::ApplyTemplate(gray, entries.data(), size); }),
           {.sides = {512}});  // takes seconds at 4096
+    }
+  }
+  return 0;
+}();
+
+std::int32_t SameSide(std::int32_t side) { return side; }
+
+template <class Detect>
+judge::MakeWork Edges(Detect detect) {
+  return judge::ToTarget(8, 8, SameSide, detect);
+}
+const int kEdges = Register("edges", "ours", Edges(rastelo::DetectEdges)) +
+                   Register("edges", "plain", Edges(plain::DetectEdges));
+
+template <class Convolve>
+judge::MakeWork Convolved(int bits, std::int32_t size, double (*entry)(int), Convolve convolve) {
+  const std::vector<double> entries = Entries(size, entry);
+  return judge::ToTarget(bits, bits, SameSide, [=](ConstImageView source, ImageView target) {
+    convolve(source, bits / 8, entries, size, target);
+  });
+}
+
+/// Differences in whole numbers, and weights whose products fall between whole numbers.
+const struct {
+  const char* name;
+  double (*entry)(int);
+} kConvolved[] = {{"whole", [](int i) { return i % 2 * 2.0 - 1; }},
+                  {"any", [](int i) { return i % 3 * 0.02 + 0.007; }}};
+
+const int kConvolutions = [] {
+  for (const int bits : {8, 24}) {
+    for (const std::int32_t size : {3, 5, 7}) {
+      for (const auto& kind : kConvolved) {
+        const std::string name = "convolve " + std::to_string(size) + " " + kind.name + " " +
+                                 std::to_string(bits) + " bits";
+        Register(name, "ours", Convolved(bits, size, kind.entry, rastelo::Convolve));
+        Register(name, "plain", Convolved(bits, size, kind.entry, plain::Convolve),
+                 {.sides = {512}});  // takes seconds at 4096
+      }
     }
   }
   return 0;

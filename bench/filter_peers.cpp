@@ -9,13 +9,14 @@ using judge::PeerInPlace;
 using judge::PeerWork;
 using judge::Register;
 
-const int kSobel =
-    Register("Sobel", "peer", PeerWork<std::array<cv::Mat, 4>>(8, [](const cv::Mat& gray, auto& m) {
-               cv::Sobel(gray, m[0], CV_32F, 1, 0);
-               cv::Sobel(gray, m[1], CV_32F, 0, 1);
-               cv::magnitude(m[0], m[1], m[2]);
-               m[2].convertTo(m[3], CV_8U);
-             }));
+void DetectEdges(const cv::Mat& gray, std::array<cv::Mat, 4>& m) {
+  cv::Sobel(gray, m[0], CV_32F, 1, 0);
+  cv::Sobel(gray, m[1], CV_32F, 0, 1);
+  cv::magnitude(m[0], m[1], m[2]);
+  m[2].convertTo(m[3], CV_8U);
+}
+const int kSobel = Register("Sobel", "peer", PeerWork<std::array<cv::Mat, 4>>(8, DetectEdges)) +
+                   Register("edges", "peer", PeerWork<std::array<cv::Mat, 4>>(8, DetectEdges));
 
 const int kTemplates = [] {
   for (const int size : {3, 5, 7}) {
@@ -27,6 +28,23 @@ const int kTemplates = [] {
                PeerWork(8, [entries](const cv::Mat& gray, cv::Mat& target) {
                  cv::filter2D(gray, target, CV_8U, entries);
                }));
+  }
+  return 0;
+}();
+
+const int kConvolutions = [] {
+  for (const int size : {3, 5, 7}) {
+    cv::Mat whole(size, size, CV_32F), any(size, size, CV_32F);
+    for (int i = 0; i < size * size; ++i) {
+      whole.at<float>(i / size, i % size) = float(i % 2) * 2 - 1;
+      any.at<float>(i / size, i % size) = float(i % 3) * 0.02F + 0.007F;
+    }
+    for (const int bits : {8, 24})
+      for (const auto& [kind, entries] : {std::pair{" whole ", whole}, {" any ", any}})
+        Register("convolve " + std::to_string(size) + kind + std::to_string(bits) + " bits", "peer",
+                 PeerWork(bits, [entries = entries](const cv::Mat& source, cv::Mat& target) {
+                   cv::filter2D(source, target, CV_8U, entries, {-1, -1}, 0, cv::BORDER_REPLICATE);
+                 }));
   }
   return 0;
 }();

@@ -12,9 +12,21 @@ namespace plain {
 
 using namespace rastelo;
 
+namespace {
+
+constexpr int kX[3][3] = {{-1, 0, 1}, {-2, 0, 2}, {-1, 0, 1}};
+constexpr int kY[3][3] = {{-1, -2, -1}, {0, 0, 0}, {1, 2, 1}};
+
+/// A byte of the pixel of an image that is nearest to column x of row y.
+std::uint8_t Nearest(ConstImageView image, int pixelBytes, std::int32_t x, std::int32_t y,
+                     int plane) {
+  const std::int32_t column = std::clamp(x, 0, image.width - 1);
+  return image.Row(std::clamp(y, 0, image.height - 1))[column * pixelBytes + plane];
+}
+
+}  // namespace
+
 void ApplySobel(ImageView gray) {
-  constexpr int kX[3][3] = {{-1, 0, 1}, {-2, 0, 2}, {-1, 0, 1}};
-  constexpr int kY[3][3] = {{-1, -2, -1}, {0, 0, 0}, {1, 2, 1}};
   for (std::int32_t i = 0; i + 2 < gray.height; ++i) {
     for (std::int32_t j = 0; j + 2 < gray.width; ++j) {
       int gx = 0, gy = 0;
@@ -39,6 +51,40 @@ void ApplyTemplate(ImageView gray, const double* entries, std::int32_t size) {
         for (std::int32_t b = 0; b < size; ++b)
           sum = LowInt32(gray.Row(y - half + a)[x - half + b] * entries[a * size + b] + sum);
       gray.Row(y)[x] = static_cast<std::uint8_t>(std::min(std::abs(double{1} * sum), 255.0));
+    }
+  }
+}
+
+void DetectEdges(ConstImageView gray, ImageView edges) {
+  for (std::int32_t y = 0; y < gray.height; ++y) {
+    for (std::int32_t x = 0; x < gray.width; ++x) {
+      int gx = 0, gy = 0;
+      for (int a = 0; a < 3; ++a) {
+        for (int b = 0; b < 3; ++b) {
+          gx += kX[a][b] * Nearest(gray, 1, x + b - 1, y + a - 1, 0);
+          gy += kY[a][b] * Nearest(gray, 1, x + b - 1, y + a - 1, 0);
+        }
+      }
+      int length = 0;  // the first whose upper neighbour is farther from the root than it is
+      while (length < 255 && 4 * (gx * gx + gy * gy) > (2 * length + 1) * (2 * length + 1))
+        ++length;
+      edges.Row(y)[x] = static_cast<std::uint8_t>(length);
+    }
+  }
+}
+
+void Convolve(ConstImageView source, int pixelBytes, std::span<const double> entries, int size,
+              ImageView target) {
+  const int half = size / 2;
+  for (std::int32_t y = 0; y < source.height; ++y) {
+    for (std::int32_t i = 0; i < source.width * pixelBytes; ++i) {
+      double sum = 0;
+      auto entry = entries.begin();
+      for (int b = -half; b <= half; ++b)
+        for (int a = -half; a <= half; ++a)
+          sum += *entry++ * Nearest(source, pixelBytes, i / pixelBytes + a, y + b, i % pixelBytes);
+      const double limited = sum > 0 ? std::min(sum, 255.0) : 0, whole = std::floor(limited);
+      target.Row(y)[i] = static_cast<std::uint8_t>(limited - whole < 0.5 ? whole : whole + 1);
     }
   }
 }

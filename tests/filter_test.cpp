@@ -4,6 +4,8 @@
 #include <cmath>
 #include <random>
 
+#include "filter/convolve.h"
+#include "filter/edges.h"
 #include "filter/even_light.h"
 #include "filter/invert.h"
 #include "filter/push.h"
@@ -111,6 +113,83 @@ TEST(PixelFilters, AreThePlainOnesOnEveryTarget) {
       for (int i = 0; i < size * size; ++i) entries.push_back(first + i * 5 % 7 * step);
       ExpectSameWaves([&](auto gray) { rastelo::ApplyTemplate(gray, entries.data(), size); },
                       [&](auto gray) { plain::ApplyTemplate(gray, entries.data(), size); });
+    }
+}
+
+LiteralImage SameSize(const LiteralImage& image) {
+  return Noise(image.width, image.height, image.pixelBytes);
+}
+
+TEST(DetectEdges, MeasuresUnchangedNeighbours) {
+  const std::pair<LiteralImage, LiteralImage> cases[] = {
+      {{{7}}, {{0}}},
+      {{{0, 10, 10}}, {{40, 40, 0}}},
+      {{{0}, {63}, {64}}, {{252}, {255}, {4}}},
+      {{{0, 0, 0}, {0, 9, 0}, {0, 0, 0}}, {{13, 18, 13}, {18, 0, 18}, {13, 18, 13}}},
+      {{{1, 1}, {1, 0}}, {{1, 3}, {3, 4}}}};  // from the roots of 2, 10, 10 and 18
+  for (const auto& [gray, edges] : cases) {
+    LiteralImage found = SameSize(gray);
+    rastelo::DetectEdges(gray.Pixels(), found.Pixels());
+    EXPECT_EQ(found, edges) << found;
+  }
+  ExpectSameTarget(1, SameSize, rastelo::DetectEdges, plain::DetectEdges);
+}
+
+TEST(Convolve, RoundsHalvesUpAndCorrelates) {
+  const std::tuple<std::vector<double>, Bytes, Bytes> ofOne[] = {
+      {{0.5}, {0, 1, 2, 3, 255}, {0, 1, 1, 2, 128}},
+      {{0x1.FFFFFFFFFFFFFp-2}, {0, 1, 2, 3, 255}, {0, 0, 1, 1, 127}},
+      {{0x1.0000000000001p-1}, {0, 1, 2, 3, 255}, {0, 1, 1, 2, 128}},
+      {{-0.5}, {0, 1, 2, 3, 255}, {0, 0, 0, 0, 0}},
+      {{100}, {0, 1, 2, 3, 255}, {0, 100, 200, 255, 255}},
+      {{1e300}, {0, 1, 2, 3, 255}, {0, 255, 255, 255, 255}},
+      {{INFINITY}, {0, 1, 2, 3, 255}, {0, 255, 255, 255, 255}},
+      {{NAN}, {0, 1, 2, 3, 255}, {0, 0, 0, 0, 0}}};
+  for (const auto& [entries, before, after] : ofOne) {
+    const LiteralImage row = {before};
+    LiteralImage sums = SameSize(row);
+    rastelo::Convolve(row.Pixels(), 1, entries, 1, sums.Pixels());
+    EXPECT_EQ(sums, LiteralImage({after})) << entries[0];
+  }
+  // Entry 0 weighs the lower left pixel, entry 5 the right one.
+  const LiteralImage colours({{1, 2, 3, 4, 5, 6}, {7, 8, 9, 10, 11, 12}}, 3);
+  LiteralImage sums = SameSize(colours);
+  rastelo::Convolve(colours.Pixels(), 3, std::vector<double>{10, 0, 0, 0, 0, 1, 0, 0, 0}, 3,
+                    sums.Pixels());
+  EXPECT_EQ(sums, LiteralImage({{14, 25, 36, 14, 25, 36}, {20, 31, 42, 20, 31, 42}}, 3)) << sums;
+}
+
+TEST(Convolve, IsThePlainOneOnEveryTarget) {
+  // First entry, what is added for each of seven, and the centre's own: whole numbers, quarters,
+  // any, tenths whose sums are often halves, rounded factors of all sizes, too large ones, none.
+  const double kinds[][3] = {{-1, 0, 25},          {0.25, -0.25, 3},   {0.007, 0.0113, 0},
+                             {0.1, 0, 0.4},        {-0.37, 0.2, 1.31}, {3e-9, 1e-12, 0.5},
+                             {0.5, 0, 0x1p-60},    {900.3, -300, 1},   {7e8, -2.4e8, 1},
+                             {1e300, -4e299, 7e3}, {NAN, 0, 0}};
+  int number = 0;
+  for (const auto& [first, step, centre] : kinds)
+    for (const int size : {1, 3, 5, 7, 9, 23}) {
+      std::vector<double> entries;
+      for (int i = 0; i < size * size; ++i) entries.push_back(first + i * 5 % 7 * step);
+      entries[entries.size() / 2] += centre;
+      for (const int bytes : {1, 3}) {
+        const auto ours = [&](auto source, auto target) {
+          rastelo::Convolve(source, bytes, entries, size, target);
+        };
+        const auto plain = [&](auto source, auto target) {
+          plain::Convolve(source, bytes, entries, size, target);
+        };
+        for (int i = 0; i < 9; ++i) {
+          const int width = (++number * 37 + i * 17) % 131, height = number % 8 + 1;
+          const LiteralImage picture = MakePicture(width, height, bytes, Content(number % 4));
+          ExpectSameTarget(picture, SameSize(picture), ours, plain);
+        }
+        if (size != 3) continue;
+        if (&first == &kinds[2][0] || &first == &kinds[3][0])
+          ExpectSameTarget(bytes, SameSize, ours, plain);
+        const LiteralImage wide = Noise(12345, 3, bytes);  // of several strips
+        ExpectSameTarget(wide, SameSize(wide), ours, plain);
+      }
     }
 }
 

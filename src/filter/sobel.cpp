@@ -6,6 +6,7 @@
 // Behind foreach_target.h.
 #include <hwy/highway.h>
 
+#include "filter/roots-inl.h"
 #include "filter/wavefront-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -28,26 +29,6 @@ struct Sobel {
     hn::StoreU(hn::DemoteTo(d8, cells), d8, bytes);
   }
 
-  /// The square roots of 16-bit numbers, truncated. That of n + 0.5 has the same whole part and
-  /// lies at least 1 / 1026 from whole numbers, 64 times the error of single precision. The low
-  /// bits of the float 2^23 + n are those of n, and so are those of a root once adding 2^23 has
-  /// rounded it.
-  template <class V>
-  static V Roots(V squares) {
-    const hn::DFromV<V> d16;
-    const hn::RepartitionToWide<decltype(d16)> d32;
-    const hn::RebindToFloat<decltype(d32)> df;
-    const auto root = [&](auto number) {
-      const auto offset = hn::Set(df, 0x1p23F - 0.5F);
-      return hn::Add(hn::Sqrt(hn::Sub(hn::BitCast(df, number), offset)), offset);
-    };
-    const auto even = root(hn::OddEven(hn::Set(d16, 0x4B00), squares));
-    const auto odd =
-        root(hn::Or(hn::ShiftRight<16>(hn::BitCast(d32, squares)), hn::Set(d32, 0x4B000000)));
-    return hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(hn::BitCast(d32, odd))),
-                       hn::BitCast(d16, even));
-  }
-
   template <class D>
   void operator()(D d16, const Cell* cells, hn::Vec<D>* lengths) const {
     for (std::ptrdiff_t v = 0; v < kVectors; ++v)
@@ -65,7 +46,7 @@ struct Sobel {
     const auto gx = hn::Sub(hn::Add(hn::Sub(rise, fall), hn::ShiftLeft<1>(at(0, 1))),
                             hn::ShiftLeft<1>(at(0, -1)));
     const auto gy = hn::Add(hn::Add(rise, fall), hn::Add(up, up));
-    return hn::BitCast(d16, Roots(hn::SaturatedAdd(SquareTo255(gx), SquareTo255(gy))));
+    return hn::BitCast(d16, TruncatedRoots(hn::SaturatedAdd(SquareTo255(gx), SquareTo255(gy))));
   }
 
   /// The square of a component, or that of 255, which makes the length 255 or more by itself. A sum
