@@ -2,6 +2,7 @@
 #include "geometry/block.h"
 #include "geometry/gray.h"
 #include "geometry/rotate.h"
+#include "geometry/shrink.h"
 #include "geometry/zoom.h"
 #include "histogram/histogram.h"
 #include "plain/geometry.h"
@@ -65,6 +66,28 @@ int RegisterZooms() {
   return 0;
 }
 const int kZooms = RegisterZooms();
+
+template <class Shrink>
+judge::MakeWork Shrunk(int bits, double factor, Shrink shrink) {
+  return judge::ToTarget(
+      bits, bits, [=](std::int32_t side) { return rastelo::ZoomSide(side, factor).value(); },
+      [=](ConstImageView source, ImageView target) { shrink(source, bits / 8, target); });
+}
+
+int RegisterShrinking() {
+  constexpr Factor kShrinking[] = {
+      {"x0.73", 0.73}, {"x0.5", 0.5}, {"x0.31", 0.31}, {"x0.25", 0.25}, {"x0.05", 0.05}};
+  for (const Factor& f : kShrinking) {
+    for (const int bits : {8, 24}) {
+      const std::string name =
+          std::string("shrink ") + f.name + " " + std::to_string(bits) + " bits";
+      Register(name, "ours", Shrunk(bits, f.factor, rastelo::ShrinkByArea), kOneContent);
+      Register(name, "plain", Shrunk(bits, f.factor, plain::ShrinkByArea), kOneContent);
+    }
+  }
+  return 0;
+}
+const int kShrinking = RegisterShrinking();
 
 judge::MakeWork CopyMiddle() {
   return judge::ToTarget(

@@ -1,4 +1,5 @@
 #include "bench/peers.h"
+#include "geometry/zoom.h"
 
 namespace {
 
@@ -35,6 +36,24 @@ int RegisterZooms() {
   return 0;
 }
 const int kZooms = RegisterZooms();
+
+int RegisterShrinking() {
+  const std::pair<const char*, double> factors[] = {
+      {"x0.73", 0.73}, {"x0.5", 0.5}, {"x0.31", 0.31}, {"x0.25", 0.25}, {"x0.05", 0.05}};
+  for (const auto& [name, factor] : factors) {
+    for (const int bits : {8, 24}) {
+      Register(std::string("shrink ") + name + " " + std::to_string(bits) + " bits", "peer",
+               PeerWork(bits,
+                        [f = factor](const cv::Mat& source, cv::Mat& target) {
+                          const int side = rastelo::ZoomSide(source.cols, f).value();
+                          cv::resize(source, target, {side, side}, 0, 0, cv::INTER_AREA);
+                        }),
+               {.contents = {Content::kPhoto}});
+    }
+  }
+  return 0;
+}
+const int kShrinking = RegisterShrinking();
 
 cv::Rect Middle(const cv::Mat& image) {
   return {image.cols / 4, image.rows / 4, image.cols / 2, image.rows / 2};

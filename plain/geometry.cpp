@@ -51,4 +51,27 @@ void ZoomBilinear(ConstImageView source, ImageView target, int pixelBytes) {
   }
 }
 
+void ShrinkByArea(ConstImageView source, int pixelBytes, ImageView target) {
+  const std::int64_t w = source.width, h = source.height, area = w * h;
+  /// The length that unit `i` of `from` and unit `o` of `to`, of a whole of both, have in common.
+  const auto overlap = [](std::int64_t i, std::int64_t o, std::int64_t from, std::int64_t to) {
+    return std::max<std::int64_t>(
+        std::min((i + 1) * to, (o + 1) * from) - std::max(i * to, o * from), 0);
+  };
+  for (std::int32_t v = 0; v < target.height; ++v) {
+    for (std::int32_t u = 0; u < target.width; ++u) {
+      const std::int64_t left = u * w / target.width, bottom = v * h / target.height;
+      for (int c = 0; c < pixelBytes; ++c) {
+        std::int64_t sum = 0;
+        for (std::int64_t y = bottom; overlap(y, v, h, target.height) > 0; ++y)
+          for (std::int64_t x = left; overlap(x, u, w, target.width) > 0; ++x)
+            sum += overlap(x, u, w, target.width) * overlap(y, v, h, target.height) *
+                   source.Row(static_cast<std::int32_t>(y))[x * pixelBytes + c];
+        target.Row(v)[u * pixelBytes + c] =
+            static_cast<std::uint8_t>((2 * sum + area) / (2 * area));
+      }
+    }
+  }
+}
+
 }  // namespace plain

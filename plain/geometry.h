@@ -10,4 +10,6 @@ void RotateQuarter(rastelo::ConstImageView source, int pixelBytes, rastelo::Quar
                    rastelo::ImageView target);
 void ZoomBilinear(rastelo::ConstImageView source, rastelo::ImageView target, int pixelBytes);
 
+void ShrinkByArea(rastelo::ConstImageView source, int pixelBytes, rastelo::ImageView target);
+
 }  // namespace plain

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "geometry/gray.h"
+#include "geometry/shrink.h"
 #include "geometry/zoom.h"
 #include "plain/geometry.h"
 #include "simd/byte_pairs-inl.h"
@@ -194,6 +195,58 @@ TEST(ZoomBilinear, IsThePlainOneBeyondOneStripOfColumns) {
         Noise(3001, 5, 3), LiteralImage(width, 60, 3),
         [](auto source, auto target) { rastelo::ZoomBilinear(source, 3, target, 3); },
         [](auto source, auto target) { plain::ZoomBilinear(source, target, 3); });
+}
+
+/// A target for each picture, `of` times its sides but at least a pixel.
+auto Shrunk(double of) {
+  return [of](const LiteralImage& picture) {
+    const auto side = [of](int all) { return std::min(all, std::max(1, int(all * of))); };
+    return Noise(side(picture.width), side(picture.height), picture.pixelBytes);
+  };
+}
+
+TEST(ShrinkByArea, AveragesWhatAPixelCovers) {
+  const std::pair<LiteralImage, LiteralImage> cases[] = {
+      {{{1, 2}, {3, 4}}, {{3}}},  // 2.5
+      {{{1, 2}, {3, 4}}, {{2, 3}}},
+      {{{10, 20, 30}}, {{13, 27}}},
+      {{{0, 0, 0, 1}}, {{0, 1}}},
+      {{{0, 90}, {30, 60}, {90, 0}}, {{10, 80}, {70, 20}}},
+      {{{5, 6, 7}, {8, 9, 10}}, {{5, 6, 7}, {8, 9, 10}}},
+      {LiteralImage({{0, 10, 20, 1, 12, 30}}, 3), LiteralImage({{1, 11, 25}}, 3)}};
+  for (const auto& [source, means] : cases) {
+    LiteralImage target = Noise(means.width, means.height, means.pixelBytes);
+    rastelo::ShrinkByArea(source.Pixels(), source.pixelBytes, target.Pixels());
+    EXPECT_EQ(target, means) << target;
+  }
+}
+
+TEST(ShrinkByArea, IsThePlainOneOnEveryTarget) {
+  for (const int bytes : {1, 3}) {
+    const auto ours = [=](auto source, auto target) {
+      rastelo::ShrinkByArea(source, bytes, target);
+    };
+    const auto plain = [=](auto source, auto target) {
+      plain::ShrinkByArea(source, bytes, target);
+    };
+    for (const double factor : {0.999, 0.73, 0.5, 0.21, 0.0})
+      ExpectSameTarget(bytes, Shrunk(factor), ours, plain);
+    const int sizes[][4] = {{520, 264, 130, 132}, {520, 264, 65, 33},   {390, 99, 65, 33},
+                            {520, 260, 520, 65},  {260, 130, 130, 65},  {256, 130, 128, 130},
+                            {96, 64, 48, 1},      {516, 600, 1, 2},     {500, 600, 250, 2},
+                            {512, 600, 256, 2},   {997, 491, 641, 343}, {4999, 4201, 6, 1}};
+    for (const auto& [width, height, targetWidth, targetHeight] : sizes) {
+      const LiteralImage source = MakePicture(width, height, bytes, Content(width % 3));
+      ExpectSameTarget(source, Noise(targetWidth, targetHeight, bytes), ours, plain);
+    }
+  }
+}
+
+TEST(ShrinkByArea, AddsUpColumnsBeyond32Bits) {
+  LiteralImage white(1, 16'900'000, 1), target(1, 1, 1);
+  white.bytes.assign(white.bytes.size(), 255);
+  rastelo::ShrinkByArea(white.Pixels(), 1, target.Pixels());
+  EXPECT_EQ(target.At(0), 255);
 }
 
 TEST(Zoom, SamplesThePixelsThatCameIn) {
