@@ -1,10 +1,13 @@
 #include <memory>
 
 #include "bench/judge.h"
+#include "filter/push.h"
+#include "plain/filter.h"
 #include "plain/segment.h"
 #include "rastelo.h"
 #include "segment/graph_cut.h"
 #include "segment/otsu.h"
+#include "segment/threshold.h"
 
 namespace {
 
@@ -68,7 +71,18 @@ int SearchPlainly(ConstImageView gray, AffinityTable& affinity) {
   return plain::FindGraphCutThreshold(affinity);
 }
 
+/// Makes two levels of a picture, by the threshold that Otsu's search finds.
+template <class Find, class Push>
+MakeWork TwoLevels(Find find, Push push) {
+  return judge::InPlace(8, [=](rastelo::ImageView gray) {
+    const std::optional<int> level = find(gray, rastelo::ThresholdSearch::kOtsu);
+    if (level) push(gray, *level, true, true);
+  });
+}
+
 const int kSegment =
+    Register("two levels by Otsu", "ours", TwoLevels(rastelo::FindThreshold, rastelo::PushLevels)) +
+    Register("two levels by Otsu", "plain", TwoLevels(plain::FindThreshold, plain::PushLevels)) +
     Register("Segment_Otsu", "ours", OnObject([](CRastelo& o) { o.Segment_Otsu(); }), kRange) +
     Register("Segment_Otsu", "plain", judge::InPlace(8, plain::SegmentOtsu), kRange) +
     Register("graph-cut search", "ours",

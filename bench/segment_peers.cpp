@@ -34,6 +34,11 @@ void SegmentContrasts(cv::Mat& gray) {
 }
 
 const int kSegment =
+    Register("two levels by Otsu", "peer",
+             PeerInPlace(8,
+                         [](cv::Mat& gray) {
+                           cv::threshold(gray, gray, 0, 255, cv::THRESH_BINARY | cv::THRESH_OTSU);
+                         })) +
     Register("Segment_Otsu", "peer",
              PeerInPlace(8,
                          [](cv::Mat& gray) {

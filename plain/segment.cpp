@@ -4,6 +4,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 
 #include "numeric/rounded_functions.h"
 #include "plain/histogram.h"
@@ -89,6 +90,14 @@ std::optional<int> FindOtsuThreshold(LevelCounts counts, int low, int high) {
     best = t;
   }
   return best;
+}
+
+std::optional<int> FindThreshold(ConstImageView gray, ThresholdSearch search) {
+  if (search == ThresholdSearch::kOtsu) return FindOtsuThreshold(plain::CountLevels(gray), 0, 255);
+  const auto affinity = std::make_unique<AffinityTable>();
+  plain::SumAffinities(gray, *affinity);
+  const int level = plain::FindGraphCutThreshold(*affinity);
+  return level > 0 ? std::optional(level) : std::nullopt;
 }
 
 void SegmentOtsu(ImageView gray) {

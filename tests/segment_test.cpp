@@ -7,6 +7,7 @@
 #include "segment/graph_cut.h"
 #include "segment/ndhm.h"
 #include "segment/otsu.h"
+#include "segment/threshold.h"
 #include "testing/object_state.h"
 #include "tests/kernel_check.h"
 
@@ -82,6 +83,28 @@ TEST(GraphCut, IsTheFirstWithTheSmallestNormalisedCut) {
     const int threshold = plain::FindGraphCutThreshold(table);
     EXPECT_EQ(rastelo::FindGraphCutThreshold(table), threshold) << image;
     EXPECT_EQ(rastelo::FindGraphCutThreshold(image.Pixels(), tables), threshold) << image;
+  }
+}
+
+TEST(FindThreshold, SeparatesAPictureOrFindsNothing) {
+  using enum rastelo::ThresholdSearch;
+  const std::tuple<LiteralImage, std::optional<int>, std::optional<int>> cases[] = {
+      {{{10, 10, 11, 11}, {10, 12, 200, 201}, {10, 200, 200, 201}, {10, 12, 201, 201}}, 13, 13},
+      {{{60, 120, 122, 200}}, 123, 120},
+      {{{7, 7}, {7, 7}}, std::nullopt, std::nullopt},
+      {{{255, 255}, {255, 255}}, std::nullopt, std::nullopt},
+      {{0, 3, 1}, std::nullopt, std::nullopt},
+      {{3, 0, 1}, std::nullopt, std::nullopt}};
+  for (const auto& [gray, otsu, cut] : cases) {
+    EXPECT_EQ(rastelo::FindThreshold(gray.Pixels(), kOtsu), otsu) << gray;
+    EXPECT_EQ(rastelo::FindThreshold(gray.Pixels(), kGraphCut), cut) << gray;
+  }
+  for (int i = 0; i < 60; ++i) {
+    const LiteralImage gray = MakePicture(i * 7 % 40 + 1, i % 9 + 1, 1, Content(i % 4));
+    for (const auto search : {kOtsu, kGraphCut})
+      EXPECT_EQ(rastelo::FindThreshold(gray.Pixels(), search),
+                plain::FindThreshold(gray.Pixels(), search))
+          << gray;
   }
 }
 
