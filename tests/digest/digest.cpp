@@ -16,8 +16,12 @@
 #include <string>
 #include <vector>
 
+#include "filter/convolve.h"
+#include "filter/edges.h"
+#include "geometry/shrink.h"
 #include "platform/device_context.h"
 #include "segment/graph_cut.h"
+#include "segment/threshold.h"
 #include "testing/object_state.h"
 
 namespace {
@@ -152,6 +156,56 @@ void Draw(CRastelo& image, Digest& digest) {
   }
 }
 
+/// What work makes of a picture, at another size of the same depth.
+void AddTarget(const CRastelo& image, LONG width, LONG height, auto work, Digest& digest) {
+  const int pixelBytes = image.IsCanTrans2Gray() ? 3 : 1;
+  LiteralImage target(width, height, pixelBytes);
+  work(Inside::Pixels(image), pixelBytes, target.Pixels());
+  for (LONG y = 0; y < height; ++y) digest.Add(&target.At(0, y), std::size_t(width * pixelBytes));
+}
+
+void DetectEdges(CRastelo& image, Digest& digest) {
+  image.RGBImg2Gray();
+  AddTarget(
+      image, image.GetWidth(), image.GetHeight(),
+      [](auto source, int, auto target) { rastelo::DetectEdges(source, target); }, digest);
+}
+
+void Convolve(CRastelo& image, Digest& digest) {
+  for (const int size : {1, 3, 5, 7, 11})
+    for (int kind = 0; kind < 4; ++kind) {
+      std::vector<double> entries;
+      // Whole numbers, tenths whose sums are often halves, any weights, numbers of all sizes.
+      for (int i = 0; i < size * size; ++i)
+        entries.push_back(kind == 0   ? i % 5 - 2
+                          : kind == 1 ? 0.1
+                          : kind == 2 ? (i % 7 - 2) * 0.0137
+                                      : (i % 3 - 1) * 1e6 + i * 1e-3);
+      AddTarget(
+          image, image.GetWidth(), image.GetHeight(),
+          [&](auto source, int pixelBytes, auto target) {
+            rastelo::Convolve(source, pixelBytes, entries, size, target);
+          },
+          digest);
+    }
+}
+
+void ShrinkByArea(CRastelo& image, Digest& digest) {
+  const LONG width = image.GetWidth(), height = image.GetHeight();
+  for (const LONG of : {1, 2, 3, 4, 7, 50})
+    for (const LONG less : {0, 1})
+      AddTarget(image, std::max<LONG>(width / of - less, 1), std::max<LONG>(height / of - less, 1),
+                rastelo::ShrinkByArea, digest);
+}
+
+void FindThresholds(CRastelo& image, Digest& digest) {
+  if (image.IsCanTrans2Gray()) return;
+  using enum rastelo::ThresholdSearch;
+  for (const auto search : {kOtsu, kGraphCut})
+    digest.Add(
+        std::vector<int>{rastelo::FindThreshold(Inside::Pixels(image), search).value_or(-1)});
+}
+
 constexpr struct {
   const char* name;
   void (*run)(CRastelo&, Digest&);
@@ -190,6 +244,10 @@ constexpr struct {
     {"exceeds", MeasureExceeding},
     {"even_light", [](CRastelo& o, Digest&) { o.ImgAverageLight_V(230); }},
     {"even_light_repeatedly", [](CRastelo& o, Digest&) { o.ImgAverageLight(2, 0); }},
+    {"edges", DetectEdges},
+    {"convolve", Convolve},
+    {"shrink", ShrinkByArea},
+    {"find_threshold", FindThresholds},
     {"fft", [](CRastelo& o, Digest& d) { o.FFT(), AddSpectrum(o, d); }},
     {"cut_and_ifft", CutAndInvert},
 };
