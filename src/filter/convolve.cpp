@@ -1,7 +1,8 @@
 // Pixels are convolved by whole numbers where that gives the definition's bytes. Factors are
 // entries times a power of two, rounded to 16 bits; ConvolvePlan says how far off their sums may
-// be. Where both ends of that range round to the same byte, it is the one; else the sums of the
-// vector are made afresh as defined.
+// be. Where both ends of that range round to the same byte, it is the one. Else what rounding took
+// from the factors is multiplied, too, and where even that leaves a byte of a vector open, its sums
+// are made afresh as defined.
 //
 // 16-bit factors are multiplied two rows of the template at a time: an element holds the bytes of
 // two rows above each other, the lower row's in its low half, and the factors are paired alike. A
