@@ -65,10 +65,8 @@ void DetectEdges(ConstImageView gray, ImageView edges) {
           gy += kY[a][b] * Nearest(gray, 1, x + b - 1, y + a - 1, 0);
         }
       }
-      int length = 0;  // the first whose upper neighbour is farther from the root than it is
-      while (length < 255 && 4 * (gx * gx + gy * gy) > (2 * length + 1) * (2 * length + 1))
-        ++length;
-      edges.Row(y)[x] = static_cast<std::uint8_t>(length);
+      const auto length = std::lround(std::sqrt(static_cast<double>(gx * gx + gy * gy)));
+      edges.Row(y)[x] = static_cast<std::uint8_t>(std::min(length, 255L));
     }
   }
 }
