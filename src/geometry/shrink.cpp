@@ -373,6 +373,7 @@ void AddPairsOfColumns(ShrinkPlan& plan) {
 
 std::vector<ColumnStart> FindStarts(const ShrunkSide& columns, std::int32_t count) {
   std::vector<ColumnStart> starts;
+  starts.reserve(static_cast<std::size_t>(count) + 1);
   for (std::int64_t i = 0; i <= count; ++i) {
     const std::int64_t unit = i * columns.source;
     starts.push_back({static_cast<std::int32_t>(unit / columns.target),

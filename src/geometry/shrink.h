@@ -13,10 +13,11 @@ namespace rastelo {
 ///     target(o, p) = floor((2 * sum + W * H) / (2 * W * H)),
 /// the mean rounded to the nearest whole number, the upper one where two are equally near.
 ///
-/// Each source row is read once, or twice where it lies across two target rows; what a target row
-/// costs then grows with the source's width. Whole factors take the least time, and factors that
-/// are ratios of small whole numbers less than others. Takes 15 to 30 bytes of memory for each
-/// column of `source`, or twice that for colours. Throws std::bad_alloc, with nothing written.
+/// Each source row is read once, or twice where it lies across two target rows; besides, a target
+/// row costs as much as its source row is wide. Half the size takes the least time, other whole
+/// factors less than factors between them. Takes at most 35 bytes of memory for each column of
+/// `source`, 65 for colours, and 10 KiB; none for half the size. Throws std::bad_alloc, with
+/// nothing written.
 /// @param source  W x H pixels of `pixelBytes` bytes, 1 or 3.
 /// @param target  W' x H' pixels of the same. Bytes behind each row are left alone.
 /// Needs 1 <= W' <= W and 1 <= H' <= H, or a target without pixels, and no overlap; none of this is
