@@ -75,8 +75,8 @@ debian_root() {
     >out/debootstrap.log 2>&1 && as_root touch "$folder/made"
 }
 
-build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev
-  libgtest-dev libgmock-dev)
+build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libpng-dev
+  libtiff-dev libexif-dev libhwy-dev libcli11-dev libgtest-dev libgmock-dev)
 
 # build PRESET [OPTION...]: configures once, then builds what has changed.
 build() {

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <span>
+#include <vector>
+
+#include "pixels/image_view.h"
+
 namespace rastelo::platform {
 
 /// What a codec call did: IJL_OK, or anything else for a failure.
@@ -40,5 +45,72 @@ IJLERR ijlWrite(JPEG_CORE_PROPERTIES* properties, IJLIOTYPE type);
 
 /// Lets go of the record.
 IJLERR ijlFree(JPEG_CORE_PROPERTIES* properties);
+
+// The same coder for files in memory. Nothing below throws.
+
+/// Why a JPEG file could not be read or made.
+enum class JpegFault {
+  kNone,
+  kNoJpeg,      // it does not start like one
+  kCutOff,      // it ends early
+  kDamaged,     // it contradicts itself
+  kImpossible,  // its header promises more pixels than its bytes can hold
+  kScans,       // it goes over its pixels more often than any real one
+  kKind,        // lossless, hierarchical, or of more than 8 bits a sample
+  kChannels,    // it has neither 1 channel nor 3
+  kPixels,      // the view is not of the size or depth that it should be
+  kOutOfMemory,
+};
+
+struct JpegResult {
+  JpegFault fault = JpegFault::kNone;
+  int rows = 0;  // how many had been decoded by the time of the fault, counted from the top
+};
+
+/// Pixels an inch (unit 1) or a centimetre (unit 2). Unit 0: a ratio of the two alone.
+struct JpegDensity {
+  int unit = 0, x = 0, y = 0;
+};
+
+struct JpegHeader {
+  int width = 0, height = 0;
+  int channels = 0;  // 1: gray, 3: colour, 4: inks; others are rare
+  bool progressive = false;
+  JpegDensity density;
+};
+
+/// What a file carries besides its picture; empty: none.
+struct JpegMarkers {
+  std::vector<std::uint8_t> exif;  // without "Exif\0\0"
+  std::vector<std::uint8_t> icc;   // colour profile
+};
+
+/// Reads the header of a file, its markers, too, where there is a place for them. A header that
+/// promises more than the file can hold is a fault; a number of channels that cannot be decoded is
+/// not.
+JpegResult ReadJpegHeader(std::span<const std::uint8_t> file, JpegHeader& header,
+                          JpegMarkers* markers = nullptr);
+
+/// Decodes a file of 1 or 3 channels to gray or blue, green, red.
+/// @param pixels  W x H pixels of `channels` bytes, bottom row first, sizes and channels those of
+/// the file. Bytes behind column W - 1 are left alone. Undefined after a fault.
+/// Data that ends early or is damaged is a fault; stray bytes between markers are not.
+JpegResult DecodeJpeg(std::span<const std::uint8_t> file, ImageView pixels, int channels);
+
+struct JpegCoding {
+  int quality = 75;  // 1..100
+  JpegDensity density{0, 1, 1};
+  std::span<const std::uint8_t> exif;  // without "Exif\0\0", at most kMaxJpegExifBytes
+  std::span<const std::uint8_t> icc;   // at most kMaxJpegIccBytes
+};
+inline constexpr std::size_t kMaxJpegExifBytes = 65527;
+inline constexpr std::size_t kMaxJpegIccBytes = 255 * 65519;
+
+/// Encodes gray (1 channel) or blue, green, red (3), colours at half the resolution in both
+/// directions, and writes the file's bytes to `file` in place of what it holds.
+/// @param pixels  W x H pixels, bottom row first, W and H 1..65500.
+/// @return kNone, kPixels or kOutOfMemory. After a fault, `file` is empty.
+JpegFault EncodeJpeg(ConstImageView pixels, int channels, const JpegCoding& coding,
+                     std::vector<std::uint8_t>& file);
 
 }  // namespace rastelo::platform

@@ -1,0 +1,1 @@
+#include "steps/pictures/picture.h"
