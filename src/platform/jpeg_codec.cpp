@@ -34,7 +34,7 @@ ErrorManager& ErrorsOf(j_common_ptr codec) { return *reinterpret_cast<ErrorManag
 
 void NoteFault(j_common_ptr codec, JpegFault fault) {
   ErrorManager& errors = ErrorsOf(codec);
-  if (errors.fault != JpegFault::kNone) return;
+  if (errors.fault != JpegFault::kNone && fault != JpegFault::kOutOfMemory) return;
   errors.fault = fault;
   if (codec->is_decompressor)
     errors.rows = static_cast<int>(reinterpret_cast<j_decompress_ptr>(codec)->output_scanline);
@@ -113,7 +113,7 @@ Raster RasterOf(const JPEG_CORE_PROPERTIES& properties) {
 }
 
 Raster RasterOf(ImageView pixels, int channels) {
-  return {pixels.Row(pixels.height - 1), -std::ptrdiff_t{pixels.pitch}, pixels.width, pixels.height,
+  return {pixels.Row(std::max(pixels.height - 1, 0)), -std::ptrdiff_t{pixels.pitch}, pixels.width, pixels.height,
           channels};
 }
 
