@@ -7,6 +7,7 @@
 
 #include "testing/jpeg_samples.h"
 #include "testing/object_state.h"
+#include "testing/picture_samples.h"
 
 namespace {
 
@@ -16,12 +17,46 @@ Bytes Pattern(std::size_t count) {
   return bytes;
 }
 
+/// A picture of each format in some of the kinds that it knows.
+void MakePictures(const std::filesystem::path& folder) {
+  using samples::Samples;
+  const Bytes exif = samples::MakeExif(true, 6), icc = samples::MakeProfile("RGB ", 200);
+  const Bytes jpeg = fuzz::EncodeJpeg(
+      5, 7, 3, [](auto&) {}, [](int, Bytes& row) { row = Pattern(row.size()); });
+  WriteFile(folder / "exif.jpg", samples::WithMarker(jpeg, 0xE1, std::string("Exif\0\0", 6), exif));
+  WriteFile(
+      folder / "rgb16.png",
+      EncodePng(Samples(5, 4, 4, 16),
+                {.colours = PNG_COLOR_TYPE_RGBA, .exif = exif, .icc = icc, .pixelsAMetre = 2835}));
+  const std::vector<png_color> palette(16, {1, 2, 3});
+  WriteFile(folder / "palette.png",
+            EncodePng(Samples(9, 4, 1, 4), {.colours = PNG_COLOR_TYPE_PALETTE,
+                                            .isInterlaced = true,
+                                            .palette = palette,
+                                            .paletteAlphas = {3}}));
+  for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE,
+                                COMPRESSION_PACKBITS, COMPRESSION_CCITTFAX4, COMPRESSION_JPEG})
+    for (const int bits : {1, 8, 16}) {
+      if ((compression == COMPRESSION_CCITTFAX4) != (bits == 1)) continue;
+      if (compression == COMPRESSION_JPEG && bits != 8) continue;
+      const bool isPlanar = compression == COMPRESSION_LZW;
+      const int photometric = bits == 1 ? PHOTOMETRIC_MINISWHITE : PHOTOMETRIC_RGB;
+      WriteFile(folder / (std::to_string(compression) + "_" + std::to_string(bits) + ".tif"),
+                EncodeTiff(Samples(18, 17, bits == 1 ? 1 : 3, bits),
+                           {.photometric = photometric,
+                            .compression = compression,
+                            .isPlanar = isPlanar,
+                            .isTiled = compression == COMPRESSION_PACKBITS,
+                            .orientation = 5}));
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 2) return std::fputs("usage: make_seeds FOLDER\n", stderr), 2;
   const std::filesystem::path folder = argv[1];
-  for (const char* target : {"OpenBmp", "OpenJpeg", "DrawOnDevice", "RunOperations"})
+  for (const char* target : {"OpenBmp", "OpenJpeg", "ReadPicture", "DrawOnDevice", "RunOperations"})
     std::filesystem::create_directories(folder / target);
   for (const int side : {1, 5, 17}) {
     for (const int pixelBytes : {1, 3}) {
@@ -35,6 +70,7 @@ int main(int argc, char** argv) {
                 fuzz::EncodeJpeg(side, side + 2, coding.channels, coding.choose,
                                  [](int, auto& row) { row = Pattern(row.size()); }));
   }
+  MakePictures(folder / "ReadPicture");
   for (const std::size_t length : {20u, 200u, 2000u})
     for (const char* target : {"DrawOnDevice", "RunOperations"})
       WriteFile(folder / target / std::to_string(length), Pattern(length));

@@ -16,4 +16,7 @@ void DrawOnDevice(const std::uint8_t* data, std::size_t size);
 /// Runs operations drawn from the input on an object and its copies.
 void RunOperations(const std::uint8_t* data, std::size_t size);
 
+/// Reads the input as a picture of any format, and writes what it holds.
+void ReadPicture(const std::uint8_t* data, std::size_t size);
+
 }  // namespace fuzz

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -168,17 +169,6 @@ std::uint32_t StoredResolution(double pixels) {
   return pixels >= 0.5 && pixels < INT32_MAX ? static_cast<std::uint32_t>(std::lround(pixels)) : 0;
 }
 
-/// What stands ahead of the pixels.
-std::vector<std::uint8_t> Joined(Bytes fileHeader, Bytes infoHeader, int bitCount) {
-  const auto grayTable = MakeBmpGrayTable();
-  std::vector<std::uint8_t> bytes(kBmpFileHeaderBytes + kBmpInfoHeaderBytes +
-                                  (bitCount == 8 ? kBmpGrayTableBytes : 0));
-  const auto behind = std::copy(infoHeader.begin(), infoHeader.end(),
-                                std::copy(fileHeader.begin(), fileHeader.end(), bytes.begin()));
-  if (bitCount == 8) std::copy(grayTable.begin(), grayTable.end(), behind);
-  return bytes;
-}
-
 }  // namespace
 
 Picture ReadBmp(Bytes file, bool keyColour) {
@@ -199,7 +189,11 @@ std::vector<std::uint8_t> WriteBmp(ConstImageView pixels, int bitCount, const Me
     Store32(&infoHeader[24], StoredResolution(resolution->x));
     Store32(&infoHeader[28], StoredResolution(resolution->y));
   }
-  std::vector<std::uint8_t> file = Joined(fileHeader, infoHeader, bitCount);
+  const std::size_t start = Load32(&fileHeader[10]);
+  std::vector<std::uint8_t> file(start);
+  const auto behind =
+      std::ranges::copy(infoHeader, std::ranges::copy(fileHeader, file.begin()).out);
+  if (bitCount == 8) std::ranges::copy(MakeBmpGrayTable(), behind.out);
   file.reserve(Load32(&fileHeader[2]));
   const std::int32_t rowBytes = pixels.width * (bitCount / 8);
   for (std::int32_t y = 0; y < pixels.height; ++y) {

@@ -23,7 +23,7 @@ enum Tag : std::uint16_t {
   kPixelYDimension = 0xA003,
   kInteroperabilityDirectory = 0xA005,
 };
-enum Type : std::uint16_t { kShort = 3, kLong = 4 };
+enum Type : std::uint16_t { kShort = 3, kLong = 4, kDirectory = 13 };  // the last in TIFF alone
 
 /// Bytes of a value of each type; 0 for unknown ones.
 std::size_t BytesOfType(std::uint16_t type) {
@@ -59,9 +59,10 @@ class Structure {
     return number;
   }
   std::size_t FirstDirectory() const { return Load(4, 4); }
-  /// The number of a short or long entry; nothing for others.
+  /// The number of an entry that has one; nothing for others.
   std::optional<std::uint32_t> NumberOf(const Entry& entry) const {
-    if (entry.count != 1 || (entry.type != kShort && entry.type != kLong)) return std::nullopt;
+    const bool isWhole = entry.type == kShort || entry.type == kLong || entry.type == kDirectory;
+    if (entry.count != 1 || !isWhole) return std::nullopt;
     return Load(entry.valuePlace, entry.valueBytes);
   }
   std::span<const std::uint8_t> ValueOf(const Entry& entry) const {
@@ -134,7 +135,7 @@ void SetNumber(std::span<std::uint8_t> exif, const Structure& structure, std::si
   const auto entry = structure.Find(directory, tag);
   if (!entry || !structure.NumberOf(*entry)) return;
   const bool isBigEndian = structure.IsBigEndian(),
-             isLong = entry->type == kLong || number > 0xFFFF;
+             isLong = entry->type != kShort || number > 0xFFFF;
   Store(exif, entry->place + 2, 2, isBigEndian, isLong ? kLong : kShort);
   Store(exif, entry->place + 8, 4, isBigEndian, 0);
   Store(exif, entry->place + 8, isLong ? 4 : 2, isBigEndian, number);

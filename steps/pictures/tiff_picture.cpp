@@ -422,7 +422,7 @@ void ReadSubsampled(const Tiff& tiff, const Client& client, ImageView pixels) {
   const PixelStore store = MakePixels(width, height, 32);
   auto* words = reinterpret_cast<std::uint32_t*>(store.bits.get());
   if (!TIFFRGBAImageGet(&image, words, width, height) || client.message[0] != 0)
-    throw Damaged("its pixels cannot be read");
+    throw Damaged(client.message);
   for (std::int32_t y = 0; y < pixels.height; ++y) {
     std::uint8_t* pixel = pixels.Row(pixels.height - 1 - y);
     for (std::uint32_t x = 0; x < width; ++x, ++words) {
