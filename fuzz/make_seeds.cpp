@@ -34,21 +34,36 @@ void MakePictures(const std::filesystem::path& folder) {
                                             .isInterlaced = true,
                                             .palette = palette,
                                             .paletteAlphas = {3}}));
-  for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE,
-                                COMPRESSION_PACKBITS, COMPRESSION_CCITTFAX4, COMPRESSION_JPEG})
-    for (const int bits : {1, 8, 16}) {
-      if ((compression == COMPRESSION_CCITTFAX4) != (bits == 1)) continue;
-      if (compression == COMPRESSION_JPEG && bits != 8) continue;
-      const bool isPlanar = compression == COMPRESSION_LZW;
-      const int photometric = bits == 1 ? PHOTOMETRIC_MINISWHITE : PHOTOMETRIC_RGB;
-      WriteFile(folder / (std::to_string(compression) + "_" + std::to_string(bits) + ".tif"),
-                EncodeTiff(Samples(18, 17, bits == 1 ? 1 : 3, bits),
-                           {.photometric = photometric,
-                            .compression = compression,
-                            .isPlanar = isPlanar,
-                            .isTiled = compression == COMPRESSION_PACKBITS,
-                            .orientation = 5}));
-    }
+  struct TiffSeed {
+    const char* name;
+    int channels, bits;
+    samples::TiffKind kind;
+  };
+  const auto coded = [](TIFF* tiff) {
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 16);
+    TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+  };
+  const TiffSeed kSeeds[] = {
+      {"plain", 3, 8, {.photometric = PHOTOMETRIC_RGB, .orientation = 5}},
+      {"planes",
+       3,
+       8,
+       {.photometric = PHOTOMETRIC_RGB, .compression = COMPRESSION_LZW, .isPlanar = true}},
+      {"tiles",
+       2,
+       16,
+       {.compression = COMPRESSION_ADOBE_DEFLATE,
+        .isTiled = true,
+        .extra = EXTRASAMPLE_UNASSALPHA}},
+      {"packed", 1, 4, {.compression = COMPRESSION_PACKBITS}},
+      {"fax", 1, 1, {.photometric = PHOTOMETRIC_MINISWHITE, .compression = COMPRESSION_CCITTFAX4}},
+      {"coded",
+       3,
+       8,
+       {.photometric = PHOTOMETRIC_YCBCR, .compression = COMPRESSION_JPEG, .set = coded}}};
+  for (const auto& [name, channels, bits, kind] : kSeeds)
+    WriteFile(folder / (std::string(name) + ".tif"),
+              EncodeTiff(Samples(18, 7, channels, bits), kind));
 }
 
 }  // namespace
