@@ -113,8 +113,8 @@ Raster RasterOf(const JPEG_CORE_PROPERTIES& properties) {
 }
 
 Raster RasterOf(ImageView pixels, int channels) {
-  return {pixels.Row(std::max(pixels.height - 1, 0)), -std::ptrdiff_t{pixels.pitch}, pixels.width, pixels.height,
-          channels};
+  return {pixels.Row(std::max(pixels.height - 1, 0)), -std::ptrdiff_t{pixels.pitch}, pixels.width,
+          pixels.height, channels};
 }
 
 J_COLOR_SPACE ColoursOf(const Raster& raster) {
@@ -386,7 +386,9 @@ std::span<const std::uint8_t> FindExif(const jpeg_decompress_struct& codec) {
 }
 
 struct Free {
-  void operator()(JOCTET* bytes) const { std::free(bytes); }  // NOLINT(*-no-malloc): libjpeg's
+  void operator()(JOCTET* bytes) const {
+    std::free(bytes);  // NOLINT(*-no-malloc, *-owning-memory): libjpeg's
+  }
 };
 
 /// Copies the profile out of the markers that a decoder has kept. Throws std::bad_alloc.

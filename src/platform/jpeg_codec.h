@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -104,7 +106,7 @@ struct JpegCoding {
   std::span<const std::uint8_t> icc;   // at most kMaxJpegIccBytes
 };
 inline constexpr std::size_t kMaxJpegExifBytes = 65527;
-inline constexpr std::size_t kMaxJpegIccBytes = 255 * 65519;
+inline constexpr std::size_t kMaxJpegIccBytes = std::size_t{255} * 65519;
 
 /// Encodes gray (1 channel) or blue, green, red (3), colours at half the resolution in both
 /// directions, and writes the file's bytes to `file` in place of what it holds.

@@ -41,9 +41,8 @@ struct Entry {
 /// Numbers in either byte order. Places beyond the end give 0.
 class Structure {
  public:
-  explicit Structure(std::span<const std::uint8_t> bytes) : bytes_(bytes) {
-    isBigEndian_ = bytes.size() >= kHeaderBytes && bytes[0] == 'M';
-  }
+  explicit Structure(std::span<const std::uint8_t> bytes)
+      : bytes_(bytes), isBigEndian_(!bytes.empty() && bytes[0] == 'M') {}
   bool IsUsable() const {
     return bytes_.size() >= kHeaderBytes && bytes_[0] == bytes_[1] &&
            (bytes_[0] == 'I' || bytes_[0] == 'M') && Load(2, 2) == 42;

@@ -41,7 +41,7 @@ struct Picture {
 /// Why a picture cannot be read or written, and what to do about it: "it is a CMYK JPEG; convert it
 /// to RGB first". The file's name is the caller's to add.
 struct PictureError : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  explicit PictureError(const std::string& reason) : std::runtime_error(reason) {}
 };
 
 struct ReadOptions {

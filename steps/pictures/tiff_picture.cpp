@@ -332,12 +332,15 @@ void Unpack(const std::uint8_t* packed, const Layout& layout, std::size_t count,
 class BlockReader {
  public:
   BlockReader(const Tiff& tiff, const Client& client, Conversion& conversion, ImageView pixels)
-      : tiff_(tiff.get()), client_(client), conversion_(conversion), pixels_(pixels) {
-    planes_ = Layout().isPlanar ? Layout().Channels() + (Layout().HasAlpha() ? 1 : 0) : 1;
-    planeBytes_ =
-        static_cast<std::size_t>(Layout().isTiled ? TIFFTileSize(tiff_) : TIFFStripSize(tiff_));
-    rowBytes_ = static_cast<std::size_t>(Layout().isTiled ? TIFFTileRowSize(tiff_)
-                                                          : TIFFScanlineSize(tiff_));
+      : tiff_(tiff.get()),
+        client_(client),
+        conversion_(conversion),
+        pixels_(pixels),
+        planes_(Layout().isPlanar ? Layout().Channels() + (Layout().HasAlpha() ? 1 : 0) : 1),
+        planeBytes_(static_cast<std::size_t>(Layout().isTiled ? TIFFTileSize(tiff_)
+                                                              : TIFFStripSize(tiff_))),
+        rowBytes_(static_cast<std::size_t>(Layout().isTiled ? TIFFTileRowSize(tiff_)
+                                                            : TIFFScanlineSize(tiff_))) {
     if (rowBytes_ == 0 || rowBytes_ > planeBytes_ || rowBytes_ < Layout().RowBytes())
       throw Damaged("rows of another length");
     buffer_ = AllocateArray<std::uint8_t>(planeBytes_ * static_cast<std::size_t>(planes_));
