@@ -112,9 +112,10 @@ Raster RasterOf(const JPEG_CORE_PROPERTIES& properties) {
           bottomUp ? -pitch : pitch, properties.DIBWidth, height, properties.DIBChannels};
 }
 
-Raster RasterOf(ImageView pixels, int channels) {
-  return {pixels.Row(std::max(pixels.height - 1, 0)), -std::ptrdiff_t{pixels.pitch}, pixels.width,
-          pixels.height, channels};
+Raster RasterOf(const JpegPixels<std::uint8_t>& pixels) {
+  const std::ptrdiff_t pitch = pixels.pitch;
+  return {pixels.bits + pitch * std::max(pixels.height - 1, 0), -pitch, pixels.width, pixels.height,
+          pixels.channels};
 }
 
 J_COLOR_SPACE ColoursOf(const Raster& raster) {
@@ -447,18 +448,18 @@ JpegResult ReadJpegHeader(std::span<const std::uint8_t> file, JpegHeader& header
   return {JpegFault::kOutOfMemory};
 }
 
-JpegResult DecodeJpeg(std::span<const std::uint8_t> file, ImageView pixels, int channels) {
+JpegResult DecodeJpeg(std::span<const std::uint8_t> file, const JpegPixels<std::uint8_t>& pixels) {
   MemorySource source(file);
-  return ReadPixels(source, RasterOf(pixels, channels));
+  return ReadPixels(source, RasterOf(pixels));
 }
 
-JpegFault EncodeJpeg(ConstImageView pixels, int channels, const JpegCoding& coding,
+JpegFault EncodeJpeg(const JpegPixels<const std::uint8_t>& pixels, const JpegCoding& coding,
                      std::vector<std::uint8_t>& file) try {
   file.clear();
   // The encoder reads only, for all that its interface says.
-  const ImageView rows{const_cast<std::uint8_t*>(pixels.bits),  // NOLINT(*-const-cast)
-                       pixels.width, pixels.height, pixels.pitch};
-  const Raster raster = RasterOf(rows, channels);
+  auto* bits = const_cast<std::uint8_t*>(pixels.bits);  // NOLINT(*-const-cast)
+  const Raster raster = RasterOf(
+      JpegPixels<std::uint8_t>{bits, pixels.width, pixels.height, pixels.pitch, pixels.channels});
   if (!CanEncode(raster)) return JpegFault::kPixels;
   file.reserve(static_cast<std::size_t>(pixels.width) * static_cast<std::size_t>(pixels.height) /
                    4 +

@@ -5,8 +5,6 @@
 #include <span>
 #include <vector>
 
-#include "pixels/image_view.h"
-
 namespace rastelo::platform {
 
 /// What a codec call did: IJL_OK, or anything else for a failure.
@@ -60,7 +58,7 @@ enum class JpegFault {
   kScans,       // it goes over its pixels more often than any real one
   kKind,        // lossless, hierarchical, or of more than 8 bits a sample
   kChannels,    // it has neither 1 channel nor 3
-  kPixels,      // the view is not of the size or depth that it should be
+  kPixels,      // the pixels are not of a size or depth that the file has or could have
   kOutOfMemory,
 };
 
@@ -87,17 +85,25 @@ struct JpegMarkers {
   std::vector<std::uint8_t> icc;   // colour profile
 };
 
+/// Pixels of a channel, gray, or of three, blue, green, red; bottom row first.
+template <class Byte>
+struct JpegPixels {
+  Byte* bits;         // start of the bottom row
+  int width, height;  // pixels in a row, rows
+  int pitch;          // bytes from the start of one row to the next
+  int channels;       // 1 or 3
+};
+
 /// Reads the header of a file, its markers, too, where there is a place for them. A header that
 /// promises more than the file can hold is a fault; a number of channels that cannot be decoded is
 /// not.
 JpegResult ReadJpegHeader(std::span<const std::uint8_t> file, JpegHeader& header,
                           JpegMarkers* markers = nullptr);
 
-/// Decodes a file of 1 or 3 channels to gray or blue, green, red.
-/// @param pixels  W x H pixels of `channels` bytes, bottom row first, sizes and channels those of
-/// the file. Bytes behind column W - 1 are left alone. Undefined after a fault.
+/// Decodes a file into pixels of its size and number of channels. Bytes behind the last column are
+/// left alone. After a fault, the pixels are undefined.
 /// Data that ends early or is damaged is a fault; stray bytes between markers are not.
-JpegResult DecodeJpeg(std::span<const std::uint8_t> file, ImageView pixels, int channels);
+JpegResult DecodeJpeg(std::span<const std::uint8_t> file, const JpegPixels<std::uint8_t>& pixels);
 
 struct JpegCoding {
   int quality = 75;  // 1..100
@@ -108,11 +114,10 @@ struct JpegCoding {
 inline constexpr std::size_t kMaxJpegExifBytes = 65527;
 inline constexpr std::size_t kMaxJpegIccBytes = std::size_t{255} * 65519;
 
-/// Encodes gray (1 channel) or blue, green, red (3), colours at half the resolution in both
-/// directions, and writes the file's bytes to `file` in place of what it holds.
-/// @param pixels  W x H pixels, bottom row first, W and H 1..65500.
+/// Encodes pixels, colours at half the resolution in both directions, and writes the file's bytes
+/// to `file` in place of what it holds. Sides are 1..65500.
 /// @return kNone, kPixels or kOutOfMemory. After a fault, `file` is empty.
-JpegFault EncodeJpeg(ConstImageView pixels, int channels, const JpegCoding& coding,
+JpegFault EncodeJpeg(const JpegPixels<const std::uint8_t>& pixels, const JpegCoding& coding,
                      std::vector<std::uint8_t>& file);
 
 }  // namespace rastelo::platform

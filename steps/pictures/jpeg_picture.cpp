@@ -99,7 +99,10 @@ Picture ReadJpeg(std::span<const std::uint8_t> file) {
                       ResolutionOf(header.density)};
   picture.pixels = MakePixels(static_cast<std::uint32_t>(header.width),
                               static_cast<std::uint32_t>(header.height), 8 * header.channels);
-  Check(platform::DecodeJpeg(file, picture.pixels.Pixels(), header.channels), header);
+  const ImageView pixels = picture.pixels.Pixels();
+  Check(platform::DecodeJpeg(
+            file, {pixels.bits, pixels.width, pixels.height, pixels.pitch, header.channels}),
+        header);
   TurnUpright(picture, ExifOrientation(picture.metadata.exif));
   return picture;
 }
@@ -114,7 +117,8 @@ std::vector<std::uint8_t> WriteJpeg(ConstImageView pixels, int bitCount, const M
   if (metadata.exif.size() <= platform::kMaxJpegExifBytes) coding.exif = metadata.exif;
   if (metadata.icc.size() <= platform::kMaxJpegIccBytes) coding.icc = metadata.icc;
   std::vector<std::uint8_t> file;
-  const JpegFault fault = platform::EncodeJpeg(pixels, bitCount / 8, coding, file);
+  const JpegFault fault = platform::EncodeJpeg(
+      {pixels.bits, pixels.width, pixels.height, pixels.pitch, bitCount / 8}, coding, file);
   if (fault == JpegFault::kOutOfMemory) throw std::bad_alloc();
   if (fault != JpegFault::kNone)
     throw PictureError("a JPEG is at most 65,500 pixels wide and high; write PNG or BMP");
