@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <future>
 
 #include <zlib.h>
 
@@ -619,6 +620,31 @@ TEST(Formats, FollowFromContentAndFromNames) {
   EXPECT_EQ(FormatOfName("A.Tiff"), Format::kTiff);
   for (const char* name : {"", "jpg", "a.jpg/b", "a.gif", "a.jpg "})
     EXPECT_EQ(FormatOfName(name), std::nullopt) << name;
+}
+
+TEST(Threads, ReadAndWritePicturesOfTheirOwn) {
+  const Bytes exif = samples::MakeExif(false, 8);
+  const Bytes files[] = {Write(Noise(40, 30, 3), Format::kJpeg, {exif, {}, {}}),
+                         Write(Noise(40, 30, 3), Format::kPng, {exif, {}, {}}),
+                         EncodeTiff(Samples(40, 30, 3, 8), {.photometric = PHOTOMETRIC_RGB,
+                                                            .compression = COMPRESSION_LZW}),
+                         Bytes(200, 0xFF), Bytes{'I', 'I', 42, 0, 8, 0, 0, 0, 9, 0, 1, 2, 3}};
+  const auto work = [&] {
+    std::vector<std::string> results;
+    for (const Bytes& file : files) {
+      results.push_back(Refusal(file));
+      if (!results.back().empty()) continue;
+      const Picture picture = Read(file);
+      const Bytes copy = Write(PixelsOf(picture), Format::kPng, picture.metadata);
+      results.emplace_back(copy.begin(), copy.end());
+      results.push_back(ValueOf(picture.metadata.exif, "Manufacturer"));
+    }
+    return results;
+  };
+  const auto expected = work();
+  std::vector<std::future<std::vector<std::string>>> results;
+  for (int i = 0; i < 8; ++i) results.push_back(std::async(std::launch::async, work));
+  for (auto& result : results) EXPECT_EQ(result.get(), expected);
 }
 
 TEST(FuzzInputs, OfPicturesBreakNoPromise) {

@@ -22,11 +22,15 @@ struct Header {
   bool topDown;
   int bitCount;
   std::uint32_t paletteEntries;
+
   std::size_t PalettePlace() const { return kBmpFileHeaderBytes + bytes; }
-  std::size_t PaletteEnd() const { return PalettePlace() + kPaletteEntryBytes * paletteEntries; }
-  std::size_t Pitch() const {
-    return static_cast<std::size_t>(rastelo::Pitch(std::int64_t{width}, bitCount));
+  std::uint64_t PaletteEnd() const {
+    return PalettePlace() + kPaletteEntryBytes * std::uint64_t{paletteEntries};
   }
+  std::uint64_t RowBytes() const {
+    return static_cast<std::uint64_t>(Pitch(std::int64_t{width}, bitCount));
+  }
+  std::uint64_t PixelBytes() const { return RowBytes() * height; }
 };
 
 PictureError Refused(const std::string& kind) {
@@ -73,22 +77,23 @@ Header ReadHeader(Bytes file) {
 
 /// Where the pixels start: where the file header points, unless that is amid the headers, or where
 /// they have no room and directly behind the palette they have.
-std::size_t PixelPlace(Bytes file, const Header& header) {
-  const std::size_t named = Load32(&file[10]), behind = header.PaletteEnd();
-  const std::uint64_t needed = std::uint64_t{header.Pitch()} * header.height;
-  const auto holds = [&](std::size_t place) { return place + needed <= file.size(); };
+std::uint64_t PixelPlace(Bytes file, const Header& header) {
+  const std::uint64_t named = Load32(&file[10]), behind = header.PaletteEnd();
+  const auto holds = [&](std::uint64_t place) {
+    return place + header.PixelBytes() <= file.size();
+  };
   const bool plausible = named >= header.PalettePlace() && named <= file.size();
   return plausible && (holds(named) || !holds(behind)) ? named : behind;
 }
 
 /// The rows of a file; throws where there are too few of them.
 Bytes RowsOf(Bytes file, const Header& header) {
-  const std::size_t place = PixelPlace(file, header);
-  const std::size_t there = place < file.size() ? file.size() - place : 0;
-  const std::uint64_t needed = std::uint64_t{header.Pitch()} * header.height;
-  if (there < needed)
-    throw CutOffAt(static_cast<std::int64_t>(there / header.Pitch()), header.height);
-  return file.subspan(place, static_cast<std::size_t>(needed));
+  const std::uint64_t place = PixelPlace(file, header);
+  const std::uint64_t there = place < file.size() ? file.size() - place : 0;
+  if (there < header.PixelBytes())
+    throw CutOffAt(static_cast<std::int64_t>(there / header.RowBytes()), header.height);
+  return file.subspan(static_cast<std::size_t>(place),
+                      static_cast<std::size_t>(header.PixelBytes()));
 }
 
 Palette ReadPalette(Bytes file, const Header& header) {
@@ -122,7 +127,8 @@ std::string StoredAs(const Header& header, bool isGray) {
 /// Row y of the picture, counted from the bottom, in a file's rows.
 const std::uint8_t* RowOf(Bytes rows, const Header& header, std::int32_t y) {
   const auto row = static_cast<std::uint32_t>(y);
-  return &rows[header.Pitch() * (header.topDown ? header.height - 1 - row : row)];
+  return &rows[static_cast<std::size_t>(header.RowBytes()) *
+               (header.topDown ? header.height - 1 - row : row)];
 }
 
 /// The picture of a file whose palette is to be applied.

@@ -32,7 +32,7 @@ struct Metadata {
 struct Picture {
   PixelStore pixels;  // 8 bits gray or 24 bits blue, green, red; bottom row first, upright
   Metadata metadata;
-  Format format;
+  Format format = Format::kJpeg;
   std::string stored;              // how the file holds it: "8 bits, palette of 16 colours"
   std::vector<std::string> notes;  // what was changed on the way in: "16 bits a channel made 8"
   int pages = 1;                   // of the file; only a TIFF may have more

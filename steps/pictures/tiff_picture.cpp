@@ -241,8 +241,10 @@ void CheckSize(const Tiff& tiff, const Layout& layout, std::uint64_t fileBytes) 
       layout.isTiled ? TIFFTileSize64(tiff.get()) : TIFFStripSize64(tiff.get());
   const std::uint64_t subsampling = layout.photometric == PHOTOMETRIC_YCBCR ? 3 : 1;
   const std::uint64_t most = MaxRatio(layout.compression) * fileBytes * subsampling;
-  if (layout.RowBytes() > most / layout.height || block > most || block > INT32_MAX)
+  if (layout.RowBytes() > most / layout.height || block > most)
     throw AnnouncesTooMuch(layout.width, layout.height);
+  if (block > INT32_MAX / (layout.isPlanar ? 4 : 1))
+    throw PictureError("it is too large: its strips or tiles take more than 2 GB");
 }
 
 void Check(const Tiff& tiff, const Layout& layout, std::size_t fileBytes) {
