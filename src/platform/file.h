@@ -12,6 +12,8 @@ class File {
   static File OpenExisting(const char* path);
   /// Creates a file for writing, or cuts an existing one to length 0.
   static File Create(const char* path);
+  /// Takes over what another call of the system has opened; -1 if it failed.
+  static File Adopt(std::intptr_t handle) { return File(handle); }
   ~File();
   File(const File&) = delete;
   File& operator=(const File&) = delete;
@@ -29,6 +31,8 @@ class File {
   bool WriteAll(const void* bytes, std::size_t count);
   /// Closes ahead of the destructor. @return whether everything written has been taken over.
   bool Close();
+  /// The system's own handle, for calls that this class does not have; -1 if there is none.
+  std::intptr_t Handle() const { return handle_; }
 
  private:
   static constexpr std::intptr_t kNone = -1;
