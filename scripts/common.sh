@@ -75,8 +75,9 @@ debian_root() {
     >out/debootstrap.log 2>&1 && as_root touch "$folder/made"
 }
 
-build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libpng-dev
-  libtiff-dev libexif-dev libhwy-dev libcli11-dev libgtest-dev libgmock-dev)
+build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev
+  libxxhash-dev nlohmann-json3-dev pkg-config=pkg-config
+  libgtest-dev libgmock-dev)
 
 # build PRESET [OPTION...]: configures once, then builds what has changed.
 build() {
@@ -110,19 +111,34 @@ fetch_source() {
 }
 
 # cross_dependency NAME SYSTEM [OPTION...]: has a source package built and installed for a system of
-# cmake/SYSTEM.cmake, in build/cross/SYSTEM, static. OPTIONs go to CMake.
+# cmake/SYSTEM.cmake, in build/cross/SYSTEM, static; by cmake/cross/NAME where its own build does not
+# serve. OPTIONs go to CMake.
 cross_dependency() {
-  local name=$1 system=$2 cross=$PWD/build/cross
+  local name=$1 system=$2 cross=$PWD/build/cross project
   shift 2
   [ ! -e "$cross/$system/$name.done" ] || return 0
   fetch_source "$name"
+  project=cmake/cross/$name
+  [ -d "$project" ] || project=$cross/source/$name
   echo "Building $name for $system" >&2
-  cmake -Wno-dev -S "$cross/source/$name" -B "$cross/build/$system/$name" -G Ninja \
+  cmake -Wno-dev -S "$project" -B "$cross/build/$system/$name" -G Ninja \
     --toolchain "$PWD/cmake/$system.cmake" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF \
-    -DCMAKE_INSTALL_PREFIX="$cross/$system" "$@" >/dev/null
+    -DCMAKE_INSTALL_PREFIX="$cross/$system" -DSOURCE="$cross/source/$name" "$@" >/dev/null
   cmake --build "$cross/build/$system/$name" >/dev/null
   cmake --install "$cross/build/$system/$name" >/dev/null
   touch "$cross/$system/$name.done"
+}
+
+# cross_headers PACKAGE SYSTEM: has the headers of a Debian package of nothing else, and how CMake finds
+# them, in build/cross/SYSTEM. The folder that this machine has them in holds its own headers as well.
+cross_headers() {
+  local target=$PWD/build/cross/$2 file
+  [ ! -e "$target/$1.done" ] || return 0
+  require "$1"
+  for file in $(dpkg -L "$1" | grep -E '^/usr/(include|share/cmake)/'); do
+    [ ! -f "$file" ] || install -D -m 644 "$file" "$target/${file#/usr/}"
+  done
+  touch "$target/$1.done"
 }
 
 # cross_libraries SYSTEM: has what the library needs on a system.
@@ -131,4 +147,16 @@ cross_libraries() {
   cross_dependency libjpeg-turbo "$1" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DREQUIRE_SIMD=ON
   cross_dependency highway "$1" -DBUILD_TESTING=OFF -DHWY_ENABLE_TESTS=OFF \
     -DHWY_ENABLE_EXAMPLES=OFF -DHWY_ENABLE_CONTRIB=OFF
+}
+
+# cross_tool_libraries SYSTEM: has what the command-line tool needs there beyond that.
+cross_tool_libraries() {
+  cross_dependency zlib "$1"
+  cross_dependency libpng1.6 "$1" -DPNG_SHARED=OFF -DPNG_TESTS=OFF -DPNG_EXECUTABLES=OFF
+  cross_dependency tiff "$1" -Dtiff-tools=OFF -Dtiff-tests=OFF -Dtiff-contrib=OFF -Dtiff-docs=OFF \
+    -Dcxx=OFF
+  cross_dependency libexif "$1"
+  cross_headers libcli11-dev "$1"
+  cross_headers nlohmann-json3-dev "$1"
+  cross_headers libxxhash-dev "$1"
 }

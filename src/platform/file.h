@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace rastelo::platform {
 
@@ -15,6 +16,7 @@ class File {
   /// Takes over what another call of the system has opened; -1 if it failed.
   static File Adopt(std::intptr_t handle) { return File(handle); }
   ~File();
+  File(File&& other) noexcept : handle_(std::exchange(other.handle_, kNone)) {}
   File(const File&) = delete;
   File& operator=(const File&) = delete;
 
@@ -32,7 +34,7 @@ class File {
   /// Closes ahead of the destructor. @return whether everything written has been taken over.
   bool Close();
   /// The system's own handle, for calls that this class does not have; -1 if there is none.
-  std::intptr_t Handle() const { return handle_; }
+  std::intptr_t SystemHandle() const { return handle_; }
 
  private:
   static constexpr std::intptr_t kNone = -1;

@@ -26,6 +26,9 @@ class Screen {
 
  private:
   struct Device;
+  /// Pixels of 4 bytes, blue, green, red, unused, top row first.
+  const std::uint8_t* Surface() const;
+
   int width_, height_;
   std::unique_ptr<Device> device_;
 };

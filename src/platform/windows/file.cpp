@@ -43,7 +43,9 @@ std::int64_t File::Size() const {
 
 std::ptrdiff_t File::Read(void* bytes, std::size_t count) {
   DWORD got = 0;
-  if (!ReadFile(Handle(handle_), bytes, Piece(count), &got, nullptr)) return -1;
+  if (!ReadFile(Handle(handle_), bytes, Piece(count), &got, nullptr) &&
+      GetLastError() != ERROR_BROKEN_PIPE)  // which is the end of what was written to it
+    return -1;
   return static_cast<std::ptrdiff_t>(got);
 }
 
