@@ -72,11 +72,11 @@ struct FileInfo {
 FileInfo Inspect(const std::string& path);
 
 struct WriteMode {
-  bool overwrite = false;            ///< whether an existing file may be replaced
-  std::optional<std::int64_t> time;  ///< of the last change, as in FileInfo; else the present
+  bool overwrite = false;                 ///< whether an existing file may be replaced
+  std::optional<std::int64_t> time = {};  ///< of the last change, as in FileInfo; else the present
   /// The name, without a folder, of the temporary file; a file of this name is replaced. Empty for
   /// ".rastelo-" and eight random digits that no file has.
-  std::string temporaryName;
+  std::string temporaryName = {};
 };
 
 /// Leaves a file with all of `bytes`, or what was there before: the bytes go to a temporary file in

@@ -23,9 +23,10 @@ constexpr DWORD kKeptAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM 
 HANDLE Handle(const File& file) { return reinterpret_cast<HANDLE>(file.SystemHandle()); }
 
 HANDLE TryOpen(const std::string& path, DWORD access, DWORD share, DWORD disposition) {
-  // The flag lets folders be opened, too.
+  // Folders are opened, too, but not to be written.
+  const DWORD folders = (access & GENERIC_WRITE) == 0 ? FILE_FLAG_BACKUP_SEMANTICS : 0;
   return CreateFileW(SystemPath(path).c_str(), access, share, nullptr, disposition,
-                     FILE_ATTRIBUTE_NORMAL | FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+                     FILE_ATTRIBUTE_NORMAL | folders, nullptr);
 }
 
 File Adopt(HANDLE handle) { return File::Adopt(reinterpret_cast<std::intptr_t>(handle)); }
@@ -199,8 +200,10 @@ void RemoveFile(const std::string& path) {
 
 std::vector<Entry> ListFolder(const std::string& path) {
   WIN32_FIND_DATAW found{};
-  const HANDLE search = FindFirstFileExW((SystemPath(path) + L"\\*").c_str(), FindExInfoBasic,
-                                         &found, FindExSearchNameMatch, nullptr, 0);
+  const std::wstring folder = SystemPath(path);
+  const HANDLE search =
+      FindFirstFileExW((folder + (folder.ends_with(L'\\') ? L"*" : L"\\*")).c_str(),
+                       FindExInfoBasic, &found, FindExSearchNameMatch, nullptr, 0);
   if (search == INVALID_HANDLE_VALUE) ThrowLastError();
   std::vector<Entry> entries;
   do {
