@@ -19,6 +19,7 @@ class File {
   File(File&& other) noexcept : handle_(std::exchange(other.handle_, kNone)) {}
   File(const File&) = delete;
   File& operator=(const File&) = delete;
+  File& operator=(File&&) = delete;
 
   explicit operator bool() const { return handle_ != kNone; }
   /// Length in bytes, or -1 if it cannot be told.

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 #include "steps/platform/files.h"
@@ -14,6 +16,14 @@ using rastelo::platform::File;
 
 inline constexpr const char* kStandsAlready = "it exists already";
 inline constexpr const char* kLogIsBusy = "another run is writing it";
+
+/// `count` times `each` nanoseconds; the nearest to them, where there are too many, to which less
+/// than `each` can be added.
+inline std::int64_t Nanoseconds(std::int64_t count, std::int64_t each) {
+  constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+  const std::int64_t most = kMost / each - 1;
+  return std::clamp(count, -most, most) * each;
+}
 
 /// Throws why the system's last call failed.
 [[noreturn]] void ThrowLastError();

@@ -51,8 +51,8 @@ class Bytes {
 /// All of a regular file. Throws FileError, also for folders and devices, and std::bad_alloc.
 Bytes ReadFile(const std::string& path);
 
-/// All bytes of the standard input, as they are. Throws FileError, also when Interrupted() turns
-/// true meanwhile, and std::bad_alloc.
+/// All bytes of the standard input, as they are. Throws FileError, on POSIX also where
+/// CatchInterrupts() notes a signal meanwhile, and std::bad_alloc.
 Bytes ReadStandardInput();
 
 /// Sends all bytes to the standard output as they are, behind what <cstdio> still held back. Throws
@@ -134,7 +134,7 @@ std::string FileName(const std::string& path);
 /// What stands before it, without separators at the end: "a" of "a/b.bmp", "/" of "/b.bmp", empty
 /// for a path of one element.
 std::string FolderOf(const std::string& path);
-/// `name` in `folder`; `name` itself where the folder is empty.
+/// `name` in `folder`, "/" between them; `name` itself where the folder is empty.
 std::string JoinPath(const std::string& folder, const std::string& name);
 
 }  // namespace rastelo::steps::platform

@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
 #include "steps/platform/arguments.h"
 #include "steps/platform/interrupt.h"
+#include "steps/platform/screen.h"
 #include "steps/platform/terminal.h"
 #include "steps/platform/windows/command_line.h"
 #include "steps/platform/windows/text.h"
@@ -171,6 +173,10 @@ TEST(WindowsSteps, StandardStreamsCarryBytes) {
   }
   SetStdHandle(STD_INPUT_HANDLE, input);
   SetStdHandle(STD_OUTPUT_HANDLE, output);
+}
+
+TEST(WindowsSteps, ScreensThatDoNotFitAreNone) {
+  EXPECT_THROW(Screen(32767, 2'000'000'000), std::bad_alloc);
 }
 
 TEST(WindowsSteps, EmptyVariablesCountAsNone) {

@@ -56,11 +56,12 @@ FileInfo::Kind KindOf(mode_t mode) {
 }
 
 FileInfo InfoOf(const struct stat& status) {
-  return {.kind = KindOf(status.st_mode),
-          .size = static_cast<std::uint64_t>(status.st_size),
-          .time = status.st_mtim.tv_sec * kNanosecondsPerSecond + status.st_mtim.tv_nsec,
-          .device = status.st_dev,
-          .identity = status.st_ino};
+  return {
+      .kind = KindOf(status.st_mode),
+      .size = static_cast<std::uint64_t>(status.st_size),
+      .time = Nanoseconds(status.st_mtim.tv_sec, kNanosecondsPerSecond) + status.st_mtim.tv_nsec,
+      .device = status.st_dev,
+      .identity = status.st_ino};
 }
 
 timespec TimeOf(std::int64_t time) {
@@ -199,7 +200,7 @@ std::string RealPath(const std::string& path) {
   const fs::path whole = fs::absolute(FollowLinks(PathOf(path)), error);
   const fs::path real = error ? whole : fs::weakly_canonical(whole, error);
   if (error) Throw(error);
-  return real.string();
+  return (real.has_filename() ? real : real.parent_path()).string();  // "a/" is "a"
 }
 
 std::string PathKey(const std::string& path) { return RealPath(path); }

@@ -1,20 +1,24 @@
 #include "steps/platform/interrupt.h"
 
-#include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <initializer_list>
 
 namespace rastelo::steps::platform {
 namespace {
 
 static_assert(std::atomic<int>::is_always_lock_free);  // a handler touches nothing else
-constinit std::atomic<int> noted = 0;
+
+std::atomic<int>& Noted() {
+  static constinit std::atomic<int> noted = 0;
+  return noted;
+}
 
 void Note(int signal) {
   int none = 0;
-  if (!noted.compare_exchange_strong(none, signal)) DieBySignal(signal);
+  if (!Noted().compare_exchange_strong(none, signal)) DieBySignal(signal);
 }
 
 void Catch(int signal) {
@@ -32,7 +36,7 @@ void CatchInterrupts() {
   for (const int signal : {SIGINT, SIGTERM}) Catch(signal);
 }
 
-int Interrupted() { return noted; }
+int Interrupted() { return Noted(); }
 
 void DieBySignal(int signal) {
   ::signal(signal, SIG_DFL);

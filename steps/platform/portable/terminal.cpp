@@ -1,10 +1,10 @@
 #include "steps/platform/terminal.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <initializer_list>
 

@@ -58,7 +58,7 @@ std::uint64_t Join(DWORD high, DWORD low) { return std::uint64_t{high} << 32 | l
 
 std::int64_t TimeOf(const FILETIME& time) {
   const auto ticks = static_cast<std::int64_t>(Join(time.dwHighDateTime, time.dwLowDateTime));
-  return (ticks - kTicksUntil1970) * kNanosecondsPerTick;
+  return Nanoseconds(ticks - kTicksUntil1970, kNanosecondsPerTick);
 }
 
 FILETIME FileTimeOf(std::int64_t time) {

@@ -11,14 +11,17 @@
 namespace rastelo::steps::platform {
 namespace {
 
-constinit std::atomic<int> noted = 0;
+std::atomic<int>& Noted() {
+  static constinit std::atomic<int> noted = 0;
+  return noted;
+}
 
 /// Runs in a thread of the system's.
 BOOL WINAPI Note(DWORD event) {
   const bool isKey = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
   const int signal = isKey ? SIGINT : SIGTERM;
   int none = 0;
-  if (!noted.compare_exchange_strong(none, signal)) DieBySignal(signal);
+  if (!Noted().compare_exchange_strong(none, signal)) DieBySignal(signal);
   // The console goes, and the process with it as soon as this returns: main() gets what time the
   // system grants, a few seconds.
   if (!isKey) Sleep(INFINITE);
@@ -30,7 +33,7 @@ BOOL WINAPI Note(DWORD event) {
 // A process that was started with Ctrl-C ignored is not told of it.
 void CatchInterrupts() { SetConsoleCtrlHandler(Note, TRUE); }
 
-int Interrupted() { return noted; }
+int Interrupted() { return Noted(); }
 
 void DieBySignal(int signal) {
   GiveConsoleBack();

@@ -26,16 +26,20 @@ struct Console {
   HANDLE screen = nullptr;
   DWORD mode = 0;
 };
-constinit Console before;
+
+Console& Before() {
+  static constinit Console before;
+  return before;
+}
 
 /// Has the console understand colours and moves of the cursor, which streams of it share.
 void EnableSequences() {
   for (const Stream stream : {Stream::kOutput, Stream::kError}) {
     DWORD mode = 0;
     if (!GetConsoleMode(HandleOf(stream), &mode)) continue;
-    before.screen = HandleOf(stream);
-    before.mode = mode;
-    SetConsoleMode(before.screen,
+    Before().screen = HandleOf(stream);
+    Before().mode = mode;
+    SetConsoleMode(Before().screen,
                    mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     return;
   }
@@ -44,15 +48,15 @@ void EnableSequences() {
 }  // namespace
 
 void GiveConsoleBack() {
-  if (before.screen) SetConsoleMode(before.screen, before.mode);
-  if (before.outputPage != 0) SetConsoleOutputCP(before.outputPage);
-  if (before.inputPage != 0) SetConsoleCP(before.inputPage);
+  if (Before().screen) SetConsoleMode(Before().screen, Before().mode);
+  if (Before().outputPage != 0) SetConsoleOutputCP(Before().outputPage);
+  if (Before().inputPage != 0) SetConsoleCP(Before().inputPage);
 }
 
 void PrepareStreams() {
   for (FILE* stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
-  before.inputPage = GetConsoleCP();
-  before.outputPage = GetConsoleOutputCP();
+  Before().inputPage = GetConsoleCP();
+  Before().outputPage = GetConsoleOutputCP();
   SetConsoleCP(CP_UTF8);
   SetConsoleOutputCP(CP_UTF8);
   EnableSequences();

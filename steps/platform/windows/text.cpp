@@ -18,11 +18,11 @@ constexpr std::wstring_view kShare = L"\\\\";
 int Length(auto text) { return static_cast<int>(text.size()); }
 
 /// One line without a full stop of what may be more.
-std::string OneLine(std::wstring_view text) {
-  std::wstring line(text.substr(0, text.find_last_not_of(L" .\r\n") + 1));
-  std::erase(line, L'\r');
-  std::ranges::replace(line, L'\n', L' ');
-  return Utf8(line);
+std::string OneLine(std::string text) {
+  text.resize(text.find_last_not_of(" .\r\n") + 1);
+  std::erase(text, '\r');
+  std::ranges::replace(text, '\n', ' ');
+  return text;
 }
 
 std::string ReasonOf(DWORD error) {
@@ -32,7 +32,7 @@ std::string ReasonOf(DWORD error) {
   const DWORD length =
       FormatMessageW(flags, nullptr, error, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
   if (length == 0) return "error " + std::to_string(error);
-  return OneLine({text, length});
+  return OneLine(Utf8({text, length}));
 }
 
 }  // namespace
@@ -49,11 +49,10 @@ std::wstring Wide(std::string_view text) {
 }
 
 std::string Utf8(std::wstring_view text) {
-  const auto convert = [=](char* to, int room) {
-    return WideCharToMultiByte(CP_UTF8, 0, text.data(), Length(text), to, room, nullptr, nullptr);
-  };
-  std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
-  convert(narrow.data(), Length(narrow));
+  std::string narrow(text.size() * 3, '\0');  // at most 3 bytes for 16 bits
+  const int length = WideCharToMultiByte(CP_UTF8, 0, text.data(), Length(text), narrow.data(),
+                                         Length(narrow), nullptr, nullptr);
+  narrow.resize(static_cast<std::size_t>(length));
   return narrow;
 }
 
