@@ -159,7 +159,9 @@ TEST(PosixSteps, DevicesAndPipesAreWrittenInPlace) {
 }
 
 TEST(PosixSteps, StandardStreamsCarryBytes) {
-  InChild([] {
+  const std::string much = EmptyFolder() + "much";
+  Write(much, std::string(200'001, 'x'));
+  InChild([&] {
     PrepareStreams();
     int there[2], back[2];
     ASSERT_EQ(pipe(there) + pipe(back), 0);
@@ -176,6 +178,8 @@ TEST(PosixSteps, StandardStreamsCarryBytes) {
     EXPECT_EQ(write(back[1], "ab", 2), 2);
     close(back[1]);
     EXPECT_EQ(ReadStandardInput().size(), 2u);
+    dup2(open(much.c_str(), O_RDONLY), STDIN_FILENO);
+    EXPECT_EQ(ReadStandardInput().size(), 200'001u);
 
     close(there[0]);
     EXPECT_THROW(WriteStandardOutput(bytes), BrokenPipe);
