@@ -9,8 +9,8 @@ enum class Stream { kInput, kOutput, kError };
 /// size fails instead of ending the process; a stream that is closed refuses all reads and writes,
 /// instead of becoming the first file that is opened. What belongs to the console is given back
 /// when the process exits. Cannot fail.
-/// Text for consoles of Windows should go out by whole strings (fwrite, fputs): what is written
-/// byte by byte shows characters beyond ASCII as garbage.
+/// What goes to a console of Windows waits in <cstdio>, standard error as well, until std::fflush()
+/// or the end: bytes of one character that go out one by one show as garbage.
 void PrepareStreams();
 
 /// Whether a person sits at the other end.

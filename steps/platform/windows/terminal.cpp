@@ -14,6 +14,7 @@ namespace rastelo::steps::platform {
 namespace {
 
 constexpr int kUsualWidth = 80;
+constexpr std::size_t kBufferBytes = 65536;
 
 HANDLE HandleOf(Stream stream) {
   if (stream == Stream::kInput) return GetStdHandle(STD_INPUT_HANDLE);
@@ -60,7 +61,12 @@ void PrepareStreams() {
   SetConsoleCP(CP_UTF8);
   SetConsoleOutputCP(CP_UTF8);
   EnableSequences();
-  std::atexit(GiveConsoleBack);
+  for (FILE* stream : {stdout, stderr})
+    if (_isatty(_fileno(stream))) std::setvbuf(stream, nullptr, _IOFBF, kBufferBytes);
+  std::atexit([] {
+    std::fflush(nullptr);  // which the runtime does later
+    GiveConsoleBack();
+  });
 }
 
 bool IsTerminal(Stream stream) {
