@@ -63,11 +63,16 @@ rastelo::PixelStore Inside::RoomForLoaded(const CRastelo& image, const rastelo::
 void Inside::AdoptLoaded(CRastelo& image, const rastelo::PixelStore& store,
                          const rastelo::PixelStore& room) noexcept {
   std::memcpy(room.bits.get(), store.bits.get(), store.Bytes());
-  Adopt(image, store);
+  AdoptShared(image, store);
   image.m_pOrgBits = room.bits;
-  image.m_lOrgWidth = room.width;
-  image.m_lOrgHeight = room.height;
-  image.m_nOrgBitCount = room.bitCount;
+}
+
+void Inside::AdoptShared(CRastelo& image, const rastelo::PixelStore& store) noexcept {
+  Adopt(image, store);
+  image.m_pOrgBits = store.bits;
+  image.m_lOrgWidth = store.width;
+  image.m_lOrgHeight = store.height;
+  image.m_nOrgBitCount = store.bitCount;
   image.m_bOpened = true;
 }
 

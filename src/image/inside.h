@@ -57,6 +57,9 @@ struct Inside {
   /// The end of every successful open: copies the pixels to the room, and adopts both.
   static void AdoptLoaded(CRastelo& image, const PixelStore& store,
                           const PixelStore& room) noexcept;
+  /// Makes these the pixels as they came in as well as the current ones, without a copy: what an
+  /// operation then changes in place has changed in both.
+  static void AdoptShared(CRastelo& image, const PixelStore& store) noexcept;
 
   static FrequencyData Frequencies(const CRastelo& image) {
     return {image.m_pFreqRows,      image.m_pFreqCoefs, image.m_pFreqFactors, image.m_pSpectrumBits,
