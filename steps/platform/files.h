@@ -124,6 +124,9 @@ void RemoveFile(const std::string& path);
 /// stay as they are. Throws FileError.
 std::string RealPath(const std::string& path);
 
+/// A name as folders compare names: in one case where the system does not tell cases apart.
+std::string FoldedCase(const std::string& name);
+
 /// A text that is equal for two paths that lead to one file, now or once it is written: the real
 /// path, on Windows without a difference between upper and lower case. Hard links differ. Throws
 /// FileError.

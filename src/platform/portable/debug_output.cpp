@@ -14,6 +14,10 @@ static DebugOutputHook& CurrentHook() {
 
 void SetDebugOutputHook(DebugOutputHook hook) { CurrentHook() = std::move(hook); }
 
+void platform::SendDebugOutputTo(std::function<void(const char* text)> target) {
+  SetDebugOutputHook(std::move(target));
+}
+
 void platform::WriteDebugOutput(const char* text) {
   if (CurrentHook()) CallHost([=] { CurrentHook()(text); });
 }

@@ -209,4 +209,6 @@ bool IsSeparator(char byte) { return byte == '/'; }
 
 std::size_t RootLength(const std::string& path) { return path.starts_with('/') ? 1 : 0; }
 
+std::string FoldedCase(const std::string& name) { return name; }
+
 }  // namespace rastelo::steps::platform

@@ -238,4 +238,6 @@ std::size_t RootLength(const std::string& path) {
   return drive + (path.size() > drive && IsSeparator(path[drive]) ? 1 : 0);
 }
 
+std::string FoldedCase(const std::string& name) { return Utf8(Upper(Wide(name))); }
+
 }  // namespace rastelo::steps::platform
