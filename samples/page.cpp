@@ -3,7 +3,7 @@
 
 #include "samples/canvas.h"
 #include "samples/noise.h"
-#include "tools/draw_text.h"
+#include "steps/plot/draw_text.h"
 
 namespace rastelo::samples {
 namespace {
@@ -49,14 +49,14 @@ std::vector<std::string> SplitWords(std::string_view text) {
 }
 
 void SetText(Picture& ink, int x, int y, std::string_view text, int scale) {
-  tools::DrawGrayCaption(ink.Pixels(), x, y, text, scale, 255);
+  steps::DrawGrayCaption(ink.Pixels(), x, y, text, scale, 255);
 }
 
 using Words = std::vector<std::string>;
 
 int MeasureWords(const Words& words) {
   int width = 0;
-  for (const std::string& word : words) width += tools::TextWidth(word, kBodyScale);
+  for (const std::string& word : words) width += steps::TextWidth(word, kBodyScale);
   return width;
 }
 
@@ -67,14 +67,14 @@ void SetFullLine(Picture& ink, const Words& words, int left, int right, int y) {
   int set = 0, gap = 0;
   for (const std::string& word : words) {
     SetText(ink, left + set + spare * gap++ / gaps, y, word, kBodyScale);
-    set += tools::TextWidth(word, kBodyScale);
+    set += steps::TextWidth(word, kBodyScale);
   }
 }
 
 void SetLastLine(Picture& ink, const Words& words, int left, int y) {
   for (const std::string& word : words) {
     SetText(ink, left, y, word, kBodyScale);
-    left += tools::TextWidth(word, kBodyScale) + 5 * kBodyScale;
+    left += steps::TextWidth(word, kBodyScale) + 5 * kBodyScale;
   }
 }
 
@@ -97,7 +97,7 @@ int SetParagraph(Picture& ink, std::string_view text, int y) {
 }
 
 void SetCentred(Picture& ink, int left, int right, int y, std::string_view text, int scale) {
-  SetText(ink, (left + right - tools::TextWidth(text, scale)) / 2, y, text, scale);
+  SetText(ink, (left + right - steps::TextWidth(text, scale)) / 2, y, text, scale);
 }
 
 /// A drawn distribution of gray levels, ink on the left and paper on the right.
@@ -116,7 +116,7 @@ void DrawFigure(Picture& bars, Picture& text, int top) {
   FillBar(bars, kFigureLeft - 6, top, 5, base - top, 235);
   const int right = kFigureLeft + kBars * kStep;
   SetText(text, kFigureLeft, base + 5 * kFine, "0", kBodyScale);
-  SetText(text, right - tools::TextWidth("255", kBodyScale), base + 5 * kFine, "255", kBodyScale);
+  SetText(text, right - steps::TextWidth("255", kBodyScale), base + 5 * kFine, "255", kBodyScale);
   SetCentred(text, kFigureLeft, right, base + 5 * kFine, "Fig. 1: ink < paper", kBodyScale);
 }
 
@@ -183,7 +183,7 @@ Picture SetPage() {
   RoundInk(title, 4);
   SetText(text, kLeft, 58 * kFine, "Notes on pictures, paper and the eye", kBodyScale);
   const std::string_view number = "No. 7";
-  SetText(text, kRight - tools::TextWidth(number, kBodyScale), 58 * kFine, number, kBodyScale);
+  SetText(text, kRight - steps::TextWidth(number, kBodyScale), 58 * kFine, number, kBodyScale);
   FillBar(page, kLeft, 74 * kFine, kRight - kLeft, 6, 235);
   int y = SetParagraph(text, kOpening, 85 * kFine);
   y = SetParagraph(text, kMiddle, y);

@@ -75,9 +75,12 @@ debian_root() {
     >out/debootstrap.log 2>&1 && as_root touch "$folder/made"
 }
 
-build_packages=(g++=g++ cmake=cmake ninja-build=ninja libjpeg62-turbo-dev libhwy-dev libcli11-dev
-  libxxhash-dev nlohmann-json3-dev pkg-config=pkg-config
+build_packages=(g++=g++ cmake=cmake ninja-build=ninja pkg-config=pkg-config libjpeg62-turbo-dev
+  libhwy-dev libpng-dev libtiff-dev libexif-dev libcli11-dev libxxhash-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev)
+
+# What tests use beside the compiler.
+test_packages=(python3=python3 mandoc=mandoc zsh=zsh fish=fish)
 
 # build PRESET [OPTION...]: configures once, then builds what has changed.
 build() {

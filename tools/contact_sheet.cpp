@@ -1,62 +1,77 @@
 #include "tools/contact_sheet.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "geometry/block.h"
-#include "pixels/pixel_store.h"
-#include "tools/draw_text.h"
-#include "tools/screen.h"
+#include "geometry/shrink.h"
+#include "steps/plot/draw_text.h"
 
 namespace rastelo::tools {
 namespace {
 
-constexpr int kTileWidth = 224, kTileHeight = 168, kGap = 10, kCaption = 18;
+constexpr int kGap = 10, kCaption = 18;
 constexpr std::uint8_t kPaper = 250;
 constexpr std::array<std::uint8_t, 3> kInk = {60, 52, 48};
 
-/// Puts a tile with its upper left corner at column `left`, row `top` from the top of the sheet.
-void DrawTile(ImageView sheet, int left, int top, Tile& tile) {
-  const double width = tile.picture.GetWidth(), height = tile.picture.GetHeight();
-  if (width > 0 && height > 0) {
-    const double scale = std::min({1.0, kTileWidth / width, kTileHeight / height});
-    const int smallWidth = std::max(1, static_cast<int>(std::lround(width * scale)));
-    const int smallHeight = std::max(1, static_cast<int>(std::lround(height * scale)));
-    CRastelo scaled = ScalePicture(tile.picture, smallWidth, smallHeight);
-    const PixelStore small = PixelStore::Zeroed(smallWidth, smallHeight, 24);
-    scaled.GetImgBlock(0, 0, smallWidth, smallHeight, 24, small.bits.get());
-    const int x = left + (kTileWidth - smallWidth) / 2;
-    const int bottom = sheet.height - (top + (kTileHeight + smallHeight) / 2);
-    const ImageView place = {sheet.Row(bottom) + std::ptrdiff_t{3} * x, smallWidth, smallHeight,
-                             sheet.pitch};
-    CopyBlock(small.Pixels(), 0, 0, 3, place);
+int Scaled(int side, double scale) {
+  return std::max(1, static_cast<int>(std::lround(side * scale)));
+}
+
+/// The same picture with three bytes a pixel.
+PixelStore InColour(const PixelStore& picture) {
+  if (picture.bitCount == 24) return picture;
+  PixelStore colour = PixelStore::Zeroed(picture.width, picture.height, 24);
+  for (int y = 0; y < picture.height; ++y) {
+    const std::uint8_t* from = picture.Pixels().Row(y);
+    std::uint8_t* to = colour.Pixels().Row(y);
+    for (int x = 0; x < picture.width; ++x, to += 3) std::fill_n(to, 3, from[x]);
   }
-  DrawCaption(sheet, left + (kTileWidth - TextWidth(tile.caption, 1)) / 2, top + kTileHeight + 5,
-              tile.caption, 1, kInk);
+  return colour;
+}
+
+/// Puts a tile with its upper left corner at column `left`, row `top` from the top of the sheet.
+void DrawTile(ImageView sheet, int left, int top, TileSize size, const Tile& tile) {
+  const PixelStore& small = tile.picture;
+  const int x = left + (size.width - small.width) / 2;
+  const int bottom = sheet.height - (top + (size.height + small.height) / 2);
+  CopyBlock(small.Pixels(), 0, 0, 3,
+            {sheet.Row(bottom) + std::ptrdiff_t{3} * x, small.width, small.height, sheet.pitch});
+  steps::DrawCaption(sheet, left + (size.width - steps::TextWidth(tile.caption, 1)) / 2,
+                     top + size.height + 5, tile.caption, 1, kInk);
 }
 
 }  // namespace
 
-CRastelo MakeContactSheet(std::vector<std::vector<Tile>>& rows) {
+Tile MakeTile(const std::string& caption, const PixelStore& picture, TileSize size) {
+  if (picture.width < 1 || picture.height < 1) return {caption, PixelStore::Zeroed(0, 0, 24)};
+  const double scale =
+      std::min({1.0, 1.0 * size.width / picture.width, 1.0 * size.height / picture.height});
+  const PixelStore small = PixelStore::Zeroed(Scaled(picture.width, scale),
+                                              Scaled(picture.height, scale), picture.bitCount);
+  ShrinkByArea(picture.Pixels(), picture.bitCount / 8, small.Pixels());
+  return {caption, InColour(small)};
+}
+
+PixelStore MakeContactSheet(const std::vector<std::vector<Tile>>& rows, TileSize size) {
   std::size_t columns = 0;
   for (const auto& row : rows) columns = std::max(columns, row.size());
-  const int width = kGap + static_cast<int>(columns) * (kTileWidth + kGap);
-  const int rowHeight = kTileHeight + kCaption + kGap;
-  const PixelStore sheet =
+  const int width = kGap + static_cast<int>(columns) * (size.width + kGap);
+  const int rowHeight = size.height + kCaption + kGap;
+  PixelStore sheet =
       PixelStore::Zeroed(width, kGap + static_cast<int>(rows.size()) * rowHeight, 24);
   std::fill_n(sheet.bits.get(), sheet.Bytes(), kPaper);
   int top = kGap;
-  for (auto& row : rows) {
+  for (const auto& row : rows) {
     int left = kGap;
-    for (Tile& tile : row) {
-      DrawTile(sheet.Pixels(), left, top, tile);
-      left += kTileWidth + kGap;
+    for (const Tile& tile : row) {
+      DrawTile(sheet.Pixels(), left, top, size, tile);
+      left += size.width + kGap;
     }
     top += rowHeight;
   }
-  CRastelo picture;
-  picture.SetExternalImageBits(sheet.bits.get(), sheet.width, sheet.height, 24);
-  return picture;
+  return sheet;
 }
 
 }  // namespace rastelo::tools

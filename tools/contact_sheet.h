@@ -3,17 +3,25 @@
 #include <string>
 #include <vector>
 
-#include "rastelo.h"
+#include "pixels/pixel_store.h"
 
 namespace rastelo::tools {
 
-/// Small pictures in rows, each with a caption below it.
+/// A small picture of 24 bits with a caption below it.
 struct Tile {
   std::string caption;
-  CRastelo picture;
+  PixelStore picture;
 };
 
-/// One picture of all of them. Each is scaled to fit its place, larger ones down, none up.
-CRastelo MakeContactSheet(std::vector<std::vector<Tile>>& rows);
+/// The place that each tile has, in pixels.
+struct TileSize {
+  int width = 224, height = 168;
+};
+
+/// The tile of a picture of 8 or 24 bits, scaled to fit its place; small ones stay as they are.
+Tile MakeTile(const std::string& caption, const PixelStore& picture, TileSize size);
+
+/// One picture of all tiles, in their rows. Throws std::bad_alloc where it has too many pixels.
+PixelStore MakeContactSheet(const std::vector<std::vector<Tile>>& rows, TileSize size);
 
 }  // namespace rastelo::tools

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "steps/pictures/picture.h"
+#include "steps/platform/files.h"
+#include "steps/program.h"
+
+namespace rastelo::tools {
+
+/// A file cannot be read or written. The message names it.
+struct MoveError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// A picture that the user has named: a file, a page of one as in "scan.tif[2]", or "-", standard
+/// input.
+struct PictureName {
+  explicit PictureName(const std::string& name);
+  std::string path;
+  int page = 0;
+};
+
+/// Opens a picture. Throws a MoveError that says why it cannot. What was changed on the way in is
+/// noted, each change once.
+steps::Picture OpenPicture(const std::string& name, bool keyColour);
+
+/// How files are written.
+struct WriteRules {
+  bool overwrite = false;     // files that exist are replaced
+  bool preserveTime = false;  // files get the time of the picture's own
+};
+
+/// Throws a MoveError if a program would write over a file that exists, or over its own picture,
+/// and the rules forbid it; a CallError if one of its files is written twice.
+void CheckTargets(const steps::Program& program, const std::string& picture,
+                  const WriteRules& rules);
+
+/// Writes a file, or a picture to standard output unless that is a terminal. Throws a MoveError.
+void WriteTarget(const std::string& path, std::span<const std::uint8_t> file,
+                 const steps::platform::WriteMode& mode);
+
+/// Throws a CallError for a name that no picture can be written to.
+void RequirePictureName(const std::string& option, const std::string& path);
+
+}  // namespace rastelo::tools

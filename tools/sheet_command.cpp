@@ -1,0 +1,75 @@
+// rastelo sheet: small pictures side by side.
+#include "steps/error.h"
+#include "steps/run.h"
+#include "tools/commands.h"
+#include "tools/console.h"
+#include "tools/contact_sheet.h"
+#include "tools/exit_code.h"
+
+namespace rastelo::tools {
+namespace {
+
+struct Trial {
+  std::string caption;
+  steps::Program program;
+};
+
+std::vector<Trial> ReadTrials(const std::vector<std::string>& texts) {
+  std::vector<Trial> trials;
+  for (const std::string& text : texts) {
+    trials.push_back({text, steps::ReadProgram(text)});
+    for (const steps::Call& call : trials.back().program)
+      if (call.Does() == steps::Effect::kSave)
+        throw steps::CallError("--try: '" + call.text +
+                               "' has no place in a sheet, which it is "
+                               "saved in");
+  }
+  return trials;
+}
+
+void CheckTarget(const Request& request) {
+  RequirePictureName("--output", request.sheet);
+  if (request.options.write.overwrite) return;
+  for (const std::string& picture : request.pictures)
+    if (steps::platform::PathKey(PictureName(picture).path) ==
+        steps::platform::PathKey(request.sheet))
+      throw MoveError("cannot write '" + request.sheet +
+                      "': it is one of the pictures; --overwrite replaces it");
+  if (steps::platform::Inspect(request.sheet).kind == steps::platform::FileInfo::Kind::kFile)
+    throw MoveError("cannot write '" + request.sheet +
+                    "': it exists already; --overwrite "
+                    "replaces it");
+}
+
+/// The tiles of a picture, which is opened once: each trial works on a copy, of which only the tile
+/// stays.
+std::vector<Tile> MakeRow(const Request& request, const std::string& name,
+                          const std::vector<Trial>& trials) {
+  const steps::Picture picture = OpenPicture(name, request.options.keyColour);
+  const steps::Host quiet = {[](const steps::Report&) {}, {}};
+  std::vector<Tile> row = {MakeTile(steps::platform::FileName(name), picture.pixels, request.tile)};
+  for (const Trial& trial : trials) {
+    steps::Picture copy = {picture.pixels.Copy(), {}, picture.format, picture.stored, {}};
+    steps::Run run(std::move(copy), {}, quiet);
+    run.Do(trial.program);
+    row.push_back(MakeTile(trial.caption, run.Pixels(), request.tile));
+  }
+  return row;
+}
+
+}  // namespace
+
+int SheetCommand(const Request& request) {
+  const std::vector<Trial> trials = ReadTrials(request.trials);
+  CheckTarget(request);
+  std::vector<std::vector<Tile>> rows;
+  for (const std::string& picture : request.pictures)
+    rows.push_back(MakeRow(request, picture, trials));
+  const PixelStore sheet = MakeContactSheet(rows, request.tile);
+  const auto file =
+      steps::WritePicture(sheet.Pixels(), 24, {}, {*steps::FormatOfName(request.sheet), 90, true});
+  WriteTarget(request.sheet, file, {request.options.write.overwrite, {}, {}});
+  return kDone;
+}
+
+}  // namespace rastelo::tools
