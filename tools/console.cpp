@@ -53,9 +53,25 @@ bool IsHarmless(std::uint32_t code) {
   return true;
 }
 
+/// Standard error, which all threads share.
+struct ErrorStream {
+  std::mutex mutex;
+  bool hasBar = false;
+
+  void EraseBar() {
+    if (hasBar) std::fputs("\r\x1B[K", stderr);
+    hasBar = false;
+  }
+};
+
+ErrorStream& Errors() {
+  static ErrorStream errors;
+  return errors;
+}
+
 void Say(bool isError, const std::string& message) {
-  static std::mutex saying;
-  const std::lock_guard alone(saying);
+  const std::lock_guard alone(Errors().mutex);
+  Errors().EraseBar();
   const bool colour = isError && steps::platform::IsTerminal(Stream::kError) &&
                       !steps::platform::EnvironmentHas("NO_COLOR");
   std::fprintf(stderr, "%srastelo:%s %s\n", colour ? "\x1B[1;31m" : "", colour ? "\x1B[0m" : "",
@@ -92,6 +108,19 @@ void NoteOnce(const std::string& message) {
   static std::set<std::string> said;
   const std::lock_guard alone(noting);
   if (said.insert(message).second) Note(message);
+}
+
+void DrawBar(const std::string& bar) {
+  const std::lock_guard alone(Errors().mutex);
+  std::fputs(("\r" + bar + "\x1B[K").c_str(), stderr);
+  std::fflush(stderr);
+  Errors().hasBar = true;
+}
+
+void EraseBar() {
+  const std::lock_guard alone(Errors().mutex);
+  Errors().EraseBar();
+  std::fflush(stderr);
 }
 
 void Print(std::string_view text) {

@@ -19,6 +19,11 @@ void Note(const std::string& message);
 /// The same note again is said once only.
 void NoteOnce(const std::string& message);
 
+/// Draws a line on standard error, a terminal, over the one drawn before. What is said meanwhile
+/// takes its place, so that it does not stand in the middle of other lines.
+void DrawBar(const std::string& bar);
+void EraseBar();
+
 /// Writes to standard output. Throws an OutputError if that cannot be done.
 void Print(std::string_view text);
 /// One line of JSON. Text that is no UTF-8 is replaced.

@@ -89,8 +89,10 @@ class Pool {
     using Kind = Outcome::Kind;
     if (outcome.kind == Kind::kDone) ++count_.done;
     if (outcome.kind == Kind::kSkipped) ++count_.skipped;
-    if (!outcome.printed.empty() || !outcome.error.empty()) progress_.Clear();
-    if (!outcome.printed.empty()) Print(outcome.printed);
+    if (!outcome.printed.empty()) {
+      EraseBar();
+      Print(outcome.printed);
+    }
     if (outcome.error.empty()) return;
     ++count_.failed;
     if (outcome.kind == Kind::kMoveFailed) ++movesFailed_;

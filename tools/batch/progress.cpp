@@ -44,14 +44,9 @@ bool Progress::IsDue() {
 
 void Progress::Tell(const Count& count) {
   if (!IsDue()) return;
-  std::fputs(kind_ == Kind::kBar ? Bar(count).c_str() : Json(count).c_str(), stderr);
+  if (kind_ == Kind::kBar) return DrawBar(Bar(count));
+  std::fputs(Json(count).c_str(), stderr);
   std::fflush(stderr);
-  isDrawn_ = kind_ == Kind::kBar;
-}
-
-void Progress::Clear() {
-  if (isDrawn_) std::fputs("\r\x1B[K", stderr);
-  isDrawn_ = false;
 }
 
 std::string Progress::Bar(const Count& count) const {
@@ -63,11 +58,13 @@ std::string Progress::Bar(const Count& count) const {
                 rate > 0 ? Duration(static_cast<double>(left) / rate).c_str() : "?",
                 count.failed > 0 ? (", " + std::to_string(count.failed) + " failed").c_str() : "");
   const std::string text = numbers;
-  const int room =
-      steps::platform::TerminalWidth(Stream::kError) - static_cast<int>(text.size()) - 3;
-  const auto width = static_cast<std::size_t>(std::clamp(room, 0, 40));
+  const int columns = steps::platform::TerminalWidth(Stream::kError) - 1;
+  const int room = columns - static_cast<int>(text.size()) - 2;
+  // A line that the terminal has to break cannot be drawn over.
+  if (room < 0) return text.substr(1, static_cast<std::size_t>(std::max(columns, 0)));
+  const auto width = static_cast<std::size_t>(std::min(room, 40));
   const std::size_t full = count.total == 0 ? width : width * count.Finished() / count.total;
-  return "\r[" + std::string(full, '#') + std::string(width - full, ' ') + "]" + text + "\x1B[K";
+  return "[" + std::string(full, '#') + std::string(width - full, ' ') + "]" + text;
 }
 
 std::string Progress::Json(const Count& count) const {
@@ -80,7 +77,7 @@ std::string Progress::Json(const Count& count) const {
 }
 
 void Progress::Summarize(const Count& count) {
-  Clear();
+  EraseBar();
   if (kind_ == Kind::kJson) {
     std::fputs(Json(count).c_str(), stderr);
     return;

@@ -21,8 +21,6 @@ class Progress {
   explicit Progress(Kind kind) : kind_(kind) {}
   /// Called as often as there is something new.
   void Tell(const Count& count);
-  /// Takes the bar away, so that other lines can be written.
-  void Clear();
   /// The last line of all: what has been done, in which time.
   void Summarize(const Count& count);
 
@@ -36,7 +34,6 @@ class Progress {
 
   Kind kind_;
   Clock::time_point start_ = Clock::now(), last_ = start_ - std::chrono::hours(1);
-  bool isDrawn_ = false;
 };
 
 /// What `text`, one of auto, bar, json, none, asks for: a bar on terminals, unless the user wants
