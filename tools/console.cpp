@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "steps/platform/files.h"
 #include "steps/platform/terminal.h"
+#include "tools/files.h"
 
 namespace rastelo::tools {
 namespace {
@@ -124,8 +124,10 @@ void EraseBar() {
 }
 
 void Print(std::string_view text) {
-  steps::platform::WriteStandardOutput(
-      {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  Named("write to", "standard output", [&] {
+    steps::platform::WriteStandardOutput(
+        {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  });
 }
 
 std::string JsonLine(const nlohmann::ordered_json& json) {

@@ -24,7 +24,7 @@ void NoteOnce(const std::string& message);
 void DrawBar(const std::string& bar);
 void EraseBar();
 
-/// Writes to standard output. Throws an OutputError if that cannot be done.
+/// Writes to standard output. Throws a MoveError if that cannot be done, and BrokenPipe.
 void Print(std::string_view text);
 /// One line of JSON. Text that is no UTF-8 is replaced.
 void PrintJson(const nlohmann::ordered_json& json);

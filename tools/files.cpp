@@ -10,14 +10,9 @@
 namespace rastelo::tools {
 
 namespace platform = steps::platform;
+using Kind = platform::FileInfo::Kind;
 
 namespace {
-
-bool Exists(const std::string& path) try {
-  return platform::Inspect(path).kind != platform::FileInfo::Kind::kNone;
-} catch (const platform::FileError&) {
-  return false;  // reading or writing says why
-}
 
 steps::Picture Decode(const PictureName& name, bool keyColour) {
   const platform::Bytes bytes =
@@ -27,9 +22,21 @@ steps::Picture Decode(const PictureName& name, bool keyColour) {
 
 }  // namespace
 
+Kind KindOf(const std::string& path) try {
+  return platform::Inspect(path).kind;
+} catch (const platform::FileError&) {
+  return Kind::kNone;
+}
+
+std::string FileKey(const std::string& path) try {
+  return platform::PathKey(path);
+} catch (const platform::FileError&) {
+  return path;
+}
+
 PictureName::PictureName(const std::string& name) : path(name) {
   const std::size_t bracket = name.rfind('[');
-  if (!name.ends_with(']') || bracket == std::string::npos || Exists(name)) return;
+  if (!name.ends_with(']') || bracket == std::string::npos || KindOf(name) != Kind::kNone) return;
   const char* end = name.data() + name.size() - 1;
   const auto [stop, error] = std::from_chars(name.data() + bracket + 1, end, page);
   if (error == std::errc() && stop == end && page >= 0)
@@ -40,11 +47,10 @@ PictureName::PictureName(const std::string& name) : path(name) {
 
 steps::Picture OpenPicture(const std::string& name, bool keyColour) {
   try {
-    steps::Picture picture = Decode(PictureName(name), keyColour);
+    steps::Picture picture =
+        Named("open", name, [&] { return Decode(PictureName(name), keyColour); });
     for (const std::string& note : picture.notes) NoteOnce(note);
     return picture;
-  } catch (const platform::FileError& error) {
-    throw MoveError("cannot open '" + name + "': " + error.what());
   } catch (const steps::PictureError& error) {
     throw MoveError("cannot open '" + name + "': " + error.what());
   }
@@ -57,13 +63,13 @@ void CheckTargets(const steps::Program& program, const std::string& picture,
     for (std::size_t i = 0; i < call.values.size(); ++i) {
       const std::string& path = call.values[i].text;
       if ((call.step->arguments[i].forms & steps::kPicture) == 0 || path.empty()) continue;
-      const std::string key = path == "-" ? path : platform::PathKey(path);
+      const std::string key = path == "-" ? path : FileKey(path);
       if (!targets.insert(key).second) throw steps::CallError("'" + path + "' is written twice");
       if (path == "-" || rules.overwrite) continue;
-      if (picture != "-" && key == platform::PathKey(PictureName(picture).path))
+      if (picture != "-" && key == FileKey(PictureName(picture).path))
         throw MoveError("cannot write '" + path +
                         "': it is the picture itself; --overwrite replaces it");
-      if (platform::Inspect(path).kind == platform::FileInfo::Kind::kFile)
+      if (KindOf(path) == Kind::kFile)
         throw MoveError("cannot write '" + path + "': it exists already; --overwrite replaces it");
     }
   }
@@ -71,16 +77,12 @@ void CheckTargets(const steps::Program& program, const std::string& picture,
 
 void WriteTarget(const std::string& path, std::span<const std::uint8_t> file,
                  const platform::WriteMode& mode) {
-  try {
+  Named("write", path, [&] {
     if (path != "-") return platform::WriteFile(path, file, mode);
     if (platform::IsTerminal(platform::Stream::kOutput))
       throw MoveError("a picture is not written to a terminal; redirect the output");
     platform::WriteStandardOutput(file);
-  } catch (const platform::BrokenPipe&) {
-    throw;
-  } catch (const platform::FileError& error) {
-    throw MoveError("cannot write '" + path + "': " + error.what());
-  }
+  });
 }
 
 void RequirePictureName(const std::string& option, const std::string& path) {

@@ -15,6 +15,22 @@ struct MoveError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// What `move()` gives, a FileError told as "cannot VERB 'PATH': ..."
+template <class Move>
+auto Named(const char* verb, const std::string& path, Move move) try {
+  return move();
+} catch (const steps::platform::BrokenPipe&) {
+  throw;
+} catch (const steps::platform::FileError& error) {
+  throw MoveError(std::string("cannot ") + verb + " '" + path + "': " + error.what());
+}
+
+/// What stands at a path; kNone also where that cannot be told: reading or writing says why.
+steps::platform::FileInfo::Kind KindOf(const std::string& path);
+
+/// Equal for two paths that lead to one file; the path itself where it leads nowhere.
+std::string FileKey(const std::string& path);
+
 /// A picture that the user has named: a file, a page of one as in "scan.tif[2]", or "-", standard
 /// input.
 struct PictureName {

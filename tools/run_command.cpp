@@ -35,7 +35,9 @@ steps::platform::WriteMode ModeFor(const std::string& picture, const WriteRules&
   steps::platform::WriteMode mode;
   mode.overwrite = rules.overwrite;
   if (rules.preserveTime && picture != "-")
-    mode.time = steps::platform::Inspect(PictureName(picture).path).time;
+    mode.time = Named("open", picture, [&] {
+                  return steps::platform::Inspect(PictureName(picture).path);
+                }).time;
   return mode;
 }
 

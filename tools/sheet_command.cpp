@@ -31,11 +31,10 @@ void CheckTarget(const Request& request) {
   RequirePictureName("--output", request.sheet);
   if (request.options.write.overwrite) return;
   for (const std::string& picture : request.pictures)
-    if (steps::platform::PathKey(PictureName(picture).path) ==
-        steps::platform::PathKey(request.sheet))
+    if (FileKey(PictureName(picture).path) == FileKey(request.sheet))
       throw MoveError("cannot write '" + request.sheet +
                       "': it is one of the pictures; --overwrite replaces it");
-  if (steps::platform::Inspect(request.sheet).kind == steps::platform::FileInfo::Kind::kFile)
+  if (KindOf(request.sheet) == steps::platform::FileInfo::Kind::kFile)
     throw MoveError("cannot write '" + request.sheet +
                     "': it exists already; --overwrite "
                     "replaces it");

@@ -81,10 +81,12 @@ std::optional<Record> ReadRecord(std::string_view line) try {
 
 History History::Read(const std::string& folder) {
   History history;
-  if (platform::Inspect(folder).kind != platform::FileInfo::Kind::kFolder) return history;
-  for (const platform::Entry& entry : platform::ListFolder(folder)) {
+  if (KindOf(folder) != platform::FileInfo::Kind::kFolder) return history;
+  for (const platform::Entry& entry :
+       Named("read", folder, [&] { return platform::ListFolder(folder); })) {
     if (entry.isFolder || !IsLog(entry.name)) continue;
-    const platform::Bytes bytes = platform::ReadFile(folder + "/" + entry.name);
+    const std::string path = platform::JoinPath(folder, entry.name);
+    const platform::Bytes bytes = Named("read", path, [&] { return platform::ReadFile(path); });
     std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     while (!rest.empty()) {
       const std::size_t end = rest.find('\n');
@@ -112,6 +114,15 @@ bool History::HasMade(std::uint64_t id, const std::string& digest) const {
   for (auto made = first; made != end; ++made)
     if (made->second == digest) return true;
   return false;
+}
+
+Log::Log(const std::string& path) : path_(path) {
+  Named("write", path, [&] { file_.emplace(path); });
+}
+
+void Log::Append(const Record& record) {
+  const std::lock_guard alone(mutex_);
+  Named("write", path_, [&] { file_->Append(LineOf(record)); });
 }
 
 std::string LogName(const Shard& shard) {

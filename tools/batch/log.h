@@ -35,6 +35,7 @@ std::optional<Record> ReadRecord(std::string_view line);
 /// the latest counts.
 class History {
  public:
+  /// Throws a MoveError if a log cannot be read.
   static History Read(const std::string& folder);
 
   /// The last record of an output, or null.
@@ -53,15 +54,14 @@ class History {
 /// The log of this process, which several workers write.
 class Log {
  public:
-  /// Throws a FileError, also while another process writes it.
-  explicit Log(const std::string& path) : file_(path) {}
-  void Append(const Record& record) {
-    const std::lock_guard alone(mutex_);
-    file_.Append(LineOf(record));
-  }
+  /// Throws a MoveError, also while another process writes it.
+  explicit Log(const std::string& path);
+  /// Adds a line. Throws a MoveError.
+  void Append(const Record& record);
 
  private:
-  steps::platform::LogFile file_;
+  std::string path_;
+  std::optional<steps::platform::LogFile> file_;
   std::mutex mutex_;
 };
 

@@ -34,7 +34,7 @@ std::string PlaceBelow(const std::string& path, const std::string& base) {
 class Finder {
  public:
   explicit Finder(const BatchRequest& batch)
-      : batch_(batch), outputKey_(batch.folder.empty() ? "" : platform::PathKey(batch.folder)) {}
+      : batch_(batch), outputKey_(batch.folder.empty() ? "" : FileKey(batch.folder)) {}
 
   std::vector<Found> FindAll() {
     for (const std::string& name : batch_.pictures) AddNamed(name);
@@ -51,23 +51,16 @@ class Finder {
     AddFolder(name, PlaceBelow(name + "/", batch_.base));
   }
 
-  static Kind KindOf(const std::string& path) try {
-    return platform::Inspect(path).kind;
-  } catch (const platform::FileError&) {
-    return Kind::kNone;  // opening it says why
-  }
-
-  void AddFolder(const std::string& folder, const std::string& place) try {
-    for (const platform::Entry& entry : platform::ListFolder(folder)) {
+  void AddFolder(const std::string& folder, const std::string& place) {
+    for (const platform::Entry& entry :
+         Named("read the folder", folder, [&] { return platform::ListFolder(folder); })) {
       const std::string path = platform::JoinPath(folder, entry.name);
       if (!entry.isFolder) {
         if (steps::FormatOfName(entry.name)) found_.push_back({path, place});
-      } else if (!entry.isLink && platform::PathKey(path) != outputKey_) {
+      } else if (!entry.isLink && FileKey(path) != outputKey_) {
         AddFolder(path, place + entry.name + "/");
       }
     }
-  } catch (const platform::FileError& error) {
-    throw MoveError("cannot read the folder '" + folder + "': " + error.what());
   }
 
   void AddList() {
@@ -78,15 +71,18 @@ class Finder {
       const std::size_t stop = std::min(all.find(end, at), all.size());
       std::string name(all.substr(at, stop - at));
       if (!batch_.nul && name.ends_with('\r')) name.pop_back();
+      if (name.find('\0') != std::string::npos)
+        throw steps::CallError("--list: '" + batch_.list +
+                               "' has zero bytes between names; --files0-from reads it");
       if (!name.empty()) AddNamed(name);
       at = stop + 1;
     }
   }
 
-  platform::Bytes ReadList() const try {
-    return batch_.list == "-" ? platform::ReadStandardInput() : platform::ReadFile(batch_.list);
-  } catch (const platform::FileError& error) {
-    throw MoveError("cannot read the list '" + batch_.list + "': " + error.what());
+  platform::Bytes ReadList() const {
+    return Named("read the list", batch_.list, [&] {
+      return batch_.list == "-" ? platform::ReadStandardInput() : platform::ReadFile(batch_.list);
+    });
   }
 
   const BatchRequest& batch_;
@@ -144,10 +140,15 @@ void CheckMeetings(const std::vector<Found>& found, const std::vector<std::strin
 
 void CheckNotInputs(const std::vector<Found>& found, const std::vector<std::string>& outputs,
                     const std::string& folder) {
+  std::vector<std::string> there;  // only what exists can be a picture, and keys take their time
+  std::ranges::copy_if(outputs, std::back_inserter(there), [&](const std::string& output) {
+    return KindOf(platform::JoinPath(folder, output)) != Kind::kNone;
+  });
+  if (there.empty()) return;
   std::unordered_set<std::string> inputs;
-  for (const Found& one : found) inputs.insert(platform::PathKey(PictureName(one.picture).path));
-  for (const std::string& output : outputs)
-    if (inputs.contains(platform::PathKey(platform::JoinPath(folder, output))))
+  for (const Found& one : found) inputs.insert(FileKey(PictureName(one.picture).path));
+  for (const std::string& output : there)
+    if (inputs.contains(FileKey(platform::JoinPath(folder, output))))
       throw steps::CallError("'" + platform::JoinPath(folder, output) +
                              "' is one of the pictures; --overwrite replaces it");
 }

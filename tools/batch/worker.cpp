@@ -18,6 +18,10 @@ std::int64_t Now() {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
 
+platform::Bytes ReadNamed(const std::string& path) {
+  return Named("read", path, [&] { return platform::ReadFile(path); });
+}
+
 /// One picture at work.
 class PictureWork {
  public:
@@ -35,8 +39,6 @@ class PictureWork {
       return outcome;
     } catch (const MoveError& error) {
       outcome = {Outcome::Kind::kMoveFailed, error.what(), {}};
-    } catch (const platform::FileError& error) {
-      outcome = {Outcome::Kind::kMoveFailed, "'" + task_.picture + "': " + error.what(), {}};
     } catch (const std::bad_alloc&) {
       outcome = {
           Outcome::Kind::kStepFailed, "'" + task_.picture + "': there is not enough memory", {}};
@@ -51,10 +53,14 @@ class PictureWork {
  private:
   bool Writes() const { return !task_.output.empty(); }
   std::string Output() const { return OutputPath(job_.request.batch, task_); }
+  platform::FileInfo InspectOutput() const {
+    return Named("write", Output(), [&] { return platform::Inspect(Output()); });
+  }
 
   /// @return whether there was something to do.
   bool Write(std::string& printed) {
-    const auto source = platform::Inspect(PictureName(task_.picture).path);
+    const auto source = Named("open", task_.picture,
+                              [&] { return platform::Inspect(PictureName(task_.picture).path); });
     record_.sourceTime = source.time;
     record_.sourceBytes = source.size;
     platform::WriteMode mode = ModeOfWriting(source);
@@ -64,10 +70,10 @@ class PictureWork {
     record_.digest = DigestOf(file);
     record_.outputBytes = file.size();
     Log(Record::State::kWriting);
-    if (const std::size_t slash = task_.output.rfind('/'); slash != std::string::npos)
-      platform::MakeFolders(job_.request.batch.folder + "/" + task_.output.substr(0, slash));
+    const std::string folder = platform::FolderOf(Output());
+    Named("make the folder", folder, [&] { platform::MakeFolders(folder); });
     WriteTarget(Output(), file, mode);
-    record_.outputTime = platform::Inspect(Output()).time;
+    record_.outputTime = InspectOutput().time;
     Log(Record::State::kDone);
     return true;
   }
@@ -81,7 +87,7 @@ class PictureWork {
     if (options.write.preserveTime) mode.time = source.time;
     mode.temporaryName = ".rastelo-" + std::to_string(task_.id);
     if (!Writes() || !job_.request.batch.resume) return mode;
-    const platform::FileInfo there = platform::Inspect(Output());
+    const platform::FileInfo there = InspectOutput();
     if (there.kind != Kind::kFile) return mode;
     const Record* last = job_.history.Find(task_.id);
     const bool isOurs = last && IsOurs(*last, there);
@@ -94,7 +100,7 @@ class PictureWork {
   bool IsOurs(const Record& last, const platform::FileInfo& there) const {
     const bool isAsLeft = last.state == Record::State::kDone && last.outputTime == there.time &&
                           last.outputBytes == there.size;
-    return isAsLeft || job_.history.HasMade(task_.id, DigestOf(platform::ReadFile(Output())));
+    return isAsLeft || job_.history.HasMade(task_.id, DigestOf(ReadNamed(Output())));
   }
 
   std::vector<std::uint8_t> Make(std::string& printed) const {
@@ -138,7 +144,7 @@ std::string KeyOf(const Request& request, const steps::Program& program) {
   for (const steps::Call& call : program) {
     key += "|" + call.text;
     for (std::size_t i = 0; i < call.values.size(); ++i)
-      if (call.values[i].isFile) key += " " + DigestOf(platform::ReadFile(call.values[i].text));
+      if (call.values[i].isFile) key += " " + DigestOf(ReadNamed(call.values[i].text));
   }
   return key;
 }

@@ -28,7 +28,7 @@ struct Outcome {
 Outcome Work(const Job& job, const Task& task);
 
 /// A text that differs where the outputs of two batches may: what the files hold that steps name is
-/// part of it.
+/// part of it. Throws a MoveError if one cannot be read.
 std::string KeyOf(const Request& request, const steps::Program& program);
 
 }  // namespace rastelo::tools
