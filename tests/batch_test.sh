@@ -3,7 +3,7 @@
 # ends them to the bytes that they would have made at once.
 # batch_test.sh SOURCE RASTELO
 set -euo pipefail
-samples=$(realpath "$1")/samples rastelo=$(realpath -e "$2")
+source=$(realpath "$1") samples=$(realpath "$1")/samples rastelo=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -69,12 +69,26 @@ says 3 "0 done, 2 failed" gray -o none in/bad.jpg in/pipe.jpg
 says 1 "it needs a gray picture.*0 done, 1 failed" otsu -o none in/scene.jpg
 rm in/bad.jpg in/pipe.jpg
 says 3 "0 done, 1 failed" gray -o gone in/vanished.jpg
+ln -s loop.jpg loop.jpg
+says 1 "cannot open 'loop.jpg': Too many levels.*1 done, 1 failed" gray -o loops in/page.jpg loop.jpg
+printf 'in/page.jpg\0in/scene.jpg\0' | says 2 "zero bytes.*--files0-from" gray -o no --list -
+says 3 "cannot read 'none.txt'" convolve=none.txt -o no in/page.jpg
+[ ! -e no ] || fail "a batch without its template makes a folder"
+mkdir nolog
+ln -s /dev/full nolog/rastelo-batch-1-of-1.jsonl
+says 3 "cannot write 'nolog/rastelo.*': No space left.*0 done, 1 failed, 5 not begun" gray -o nolog -j 1 -r in
 mkdir locked full
 ln -s /dev/full full/page.jpg
 says 3 "cannot write 'full/page.jpg': No space left" -y gray -o full in/page.jpg
 if [ "$(id -u)" -ne 0 ]; then
   chmod 500 locked && says 3 "Permission denied" gray -o locked in/page.jpg
 fi
+
+# Notes and complaints stand on lines of their own, beside the bar.
+cp "$source"/tests/pictures/page.tif in/note.tif
+script -qec "stty cols 30; '$rastelo' batch 'zoom=4' -o bars in -r -j 1" /dev/null | tr '\r' '\n' >bars.txt
+! grep -q '[0-9] left.*rastelo' bars.txt || fail "a note behind the bar: $(cat bars.txt)"
+rm in/note.tif
 
 # What pictures print comes in their order, whatever the jobs; no folder is needed for it.
 for jobs in 1 4; do "$rastelo" batch "gray brightness" --json -j $jobs -r in 2>/dev/null >order-$jobs.txt; done
@@ -122,9 +136,13 @@ for try in $(seq 200); do
   [ $((try % 8)) -ne 0 ] || cmp <(bytes whole) <(bytes killed) || fail "a resumed batch differs"
 done
 
-# A first signal ends the work after the pictures at hand, by that signal.
+# A reader that goes away ends the work, too.
 mkdir many
 for i in $(seq 300); do ln -s ../in/page.jpg many/$i.jpg; done
+"$rastelo" batch "gray histogram" -o heads many -r -j 1 2>/dev/null | head -n 1 >/dev/null
+[ "$(find heads -name '*.jpg' | wc -l)" -lt 300 ] || fail "a batch without a reader goes on"
+
+# A first signal ends the work after the pictures at hand, by that signal.
 for signal in INT TERM; do
   rm -rf stopped
   set -m

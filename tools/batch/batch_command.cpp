@@ -1,9 +1,11 @@
 // rastelo batch: steps on many pictures, by several workers.
+#include <algorithm>
 #include <condition_variable>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <system_error>
 #include <thread>
 
 #include "steps/error.h"
@@ -28,51 +30,78 @@ class Pool {
     count_.total = tasks.size();
   }
 
-  /// Works until all is done or the user interrupts.
+  /// Works until all is done or the user interrupts. Throws what standard output does, and nothing
+  /// more is begun then.
   void Run(int jobs) {
     std::vector<std::jthread> workers;
-    active_ = jobs;
-    for (int i = 0; i < jobs; ++i) workers.emplace_back([this] { WorkOn(); });
+    Start(workers,
+          std::min(static_cast<std::size_t>(jobs), std::max<std::size_t>(tasks_.size(), 1)));
+    try {
+      TellWhileAtWork();
+    } catch (...) {
+      Stop();
+      throw;
+    }
+    progress_.Summarize(count_);
+  }
+
+  int ExitCode() const {
+    if (count_.failed == 0) return kDone;
+    const bool isAnyMoved = count_.done + count_.skipped > 0 || movesFailed_ < count_.failed;
+    return isAnyMoved ? kSomeFailed : kNothingMoved;
+  }
+
+ private:
+  void Start(std::vector<std::jthread>& workers, std::size_t jobs) try {
+    while (workers.size() < jobs) {
+      workers.emplace_back([this] { WorkOn(); });
+      const std::lock_guard lock(mutex_);
+      ++started_;
+    }
+  } catch (const std::system_error&) {
+    if (workers.empty()) throw;  // fewer than wanted do the work as well
+  }
+
+  void TellWhileAtWork() {
     std::unique_lock lock(mutex_);
     for (bool isAtWork = true; isAtWork;) {
       changed_.wait_for(lock, std::chrono::milliseconds(100));
-      isAtWork = active_ > 0;
+      isAtWork = ended_ < started_;
       const std::vector<Outcome> ready = TakeOutcomes();
       lock.unlock();
       for (const Outcome& outcome : ready) Tell(outcome);
       progress_.Tell(count_);
       lock.lock();
     }
-    progress_.Summarize(count_);
-    if (failure_) std::rethrow_exception(failure_);
   }
 
-  int ExitCode() const {
-    if (count_.failed == 0) return kDone;
-    return movesFailed_ == count_.total ? kNothingMoved : kSomeFailed;
-  }
-
- private:
   void WorkOn() {
     for (std::optional<std::size_t> next = Take(); next; next = Take()) {
+      Outcome outcome;
       try {
-        Outcome outcome = Work(job_, tasks_[*next]);
-        const std::lock_guard lock(mutex_);
-        outcomes_.emplace(*next, std::move(outcome));
-      } catch (...) {  // the log cannot be written, so nothing more is begun
-        const std::lock_guard lock(mutex_);
-        failure_ = std::current_exception();
+        outcome = Work(job_, tasks_[*next]);
+      } catch (const std::exception& error) {  // the log cannot be written
+        outcome = {Outcome::Kind::kMoveFailed, error.what(), {}};
+        Stop();
       }
+      const std::lock_guard lock(mutex_);
+      outcomes_.emplace(*next, std::move(outcome));
       changed_.notify_one();
     }
     const std::lock_guard lock(mutex_);
-    --active_;
+    ++ended_;
     changed_.notify_one();
+  }
+
+  /// Has no picture begun any more.
+  void Stop() {
+    const std::lock_guard lock(mutex_);
+    isStopped_ = true;
   }
 
   std::optional<std::size_t> Take() {
     const std::lock_guard lock(mutex_);
-    if (next_ == tasks_.size() || failure_ || platform::Interrupted() != 0) return std::nullopt;
+    if (next_ == tasks_.size() || isStopped_ || platform::Interrupted() != 0) return std::nullopt;
     return next_++;
   }
 
@@ -105,10 +134,10 @@ class Pool {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::map<std::size_t, Outcome> outcomes_;  // not told yet
-  std::exception_ptr failure_;
+  bool isStopped_ = false;
   std::size_t next_ = 0, told_ = 0;
-  int active_ = 0;
-  Count count_;  // this and the next are the telling thread's own
+  std::size_t started_ = 0, ended_ = 0;  // workers
+  Count count_;                          // this and the next are the telling thread's own
   std::size_t movesFailed_ = 0;
 };
 
@@ -130,8 +159,7 @@ void CheckOutputs(const Request& request, const Plan& plan) {
   std::size_t there = 0;
   const Task* first = nullptr;
   for (const Task& task : plan.tasks) {
-    if (platform::Inspect(OutputPath(request.batch, task)).kind == platform::FileInfo::Kind::kNone)
-      continue;
+    if (KindOf(OutputPath(request.batch, task)) == platform::FileInfo::Kind::kNone) continue;
     if (!first) first = &task;
     ++there;
   }
@@ -143,13 +171,9 @@ void CheckOutputs(const Request& request, const Plan& plan) {
 
 std::optional<Log> OpenLog(const BatchRequest& batch) {
   if (batch.folder.empty()) return std::nullopt;
-  const std::string path = batch.folder + "/" + LogName(batch.shard);
-  try {
-    platform::MakeFolders(batch.folder);
-    return std::optional<Log>(std::in_place, path);
-  } catch (const platform::FileError& error) {
-    throw MoveError("cannot write '" + path + "': " + error.what());
-  }
+  const std::string path = platform::JoinPath(batch.folder, LogName(batch.shard));
+  Named("make the folder", batch.folder, [&] { platform::MakeFolders(batch.folder); });
+  return std::optional<Log>(std::in_place, path);
 }
 
 int TellStatus(const BatchRequest& batch, bool json) {
@@ -187,10 +211,11 @@ int BatchCommand(const Request& request) {
   const Plan plan = MakePlan(batch, request.options.to, request.options.write.overwrite);
   if (plan.tasks.empty() && plan.others == 0) throw MoveError("there is no picture to work on");
   CheckOutputs(request, plan);
+  const std::string key = KeyOf(request, program);
   if (request.options.trace) ShowTrace();
   std::optional<Log> log = OpenLog(batch);
   const History history = batch.resume ? History::Read(batch.folder) : History();
-  const Job job = {request, program, KeyOf(request, program), history, log ? &*log : nullptr};
+  const Job job = {request, program, key, history, log ? &*log : nullptr};
   platform::CatchInterrupts();
   Pool pool(job, plan.tasks, ProgressKind(batch.progress));
   pool.Run(batch.jobs > 0 ? batch.jobs : platform::Processors());
