@@ -3,7 +3,7 @@
 # ends them to the bytes that they would have made at once.
 # batch_test.sh SOURCE RASTELO
 set -euo pipefail
-source=$(realpath "$1") samples=$(realpath "$1")/samples rastelo=$(realpath -e "$2")
+samples=$(realpath "$1")/samples rastelo=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -37,7 +37,8 @@ says 0 '6 done, 0 failed' "gray clean-page" -o tree in --recursive
   fail "the tree: $(files tree)"
 says 0 '2 done' gray -o named in/scene.jpg in/sub/a.jpg --name '{stem}-gray.{ext}' --to png
 [ "$(files named)" = "./a-gray.png ./scene-gray.png" ] || fail "names: $(files named)"
-says 0 '2 done' gray -o based in/scene.jpg in/sub/a.jpg --base in
+says 0 '2 done' gray -o based ./in/scene.jpg in//other/../sub/a.jpg --base in/.
+says 2 "is not in 'in/sub'" gray -o no in/sub/../page.jpg --base in/sub
 [ "$(files based)" = "./scene.jpg ./sub/a.jpg" ] || fail "places: $(files based)"
 printf 'in/scene.jpg\r\n\nin/sub/a.jpg\n' >list.txt
 says 0 '2 done' gray -o listed --list list.txt
@@ -85,10 +86,16 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 
 # Notes and complaints stand on lines of their own, beside the bar.
-cp "$source"/tests/pictures/page.tif in/note.tif
+python3 -c '
+import struct, sys, zlib
+chunk = lambda name, data: struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+header = struct.pack(">IIBBBBB", 1, 1, 8, 6, 0, 0, 0)
+sys.stdout.buffer.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
+                        chunk(b"IDAT", zlib.compress(bytes(5))) + chunk(b"IEND", b""))' >in/z.png
 script -qec "stty cols 30; '$rastelo' batch 'zoom=4' -o bars in -r -j 1" /dev/null | tr '\r' '\n' >bars.txt
 ! grep -q '[0-9] left.*rastelo' bars.txt || fail "a note behind the bar: $(cat bars.txt)"
-rm in/note.tif
+grep -q '^rastelo: transparency' <(sed 's/\x1B\[K//g' bars.txt) || fail "no note: $(cat bars.txt)"
+rm in/z.png
 
 # What pictures print comes in their order, whatever the jobs; no folder is needed for it.
 for jobs in 1 4; do "$rastelo" batch "gray brightness" --json -j $jobs -r in 2>/dev/null >order-$jobs.txt; done

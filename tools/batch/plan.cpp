@@ -21,14 +21,32 @@ struct Found {
   std::string picture, place;
 };
 
-/// Folders of a path that lie below `base`, with a "/" behind each, or none without a base.
-std::string PlaceBelow(const std::string& path, const std::string& base) {
+/// The elements of a path, a root being one, without "." and what ".." takes back.
+std::vector<std::string> Elements(const std::string& path) {
+  const std::string folder = platform::FolderOf(path), name = platform::FileName(path);
+  if (folder == path) return folder.empty() ? std::vector<std::string>() : std::vector{folder};
+  std::vector<std::string> elements = Elements(folder);
+  if (name == ".." && !elements.empty() && elements.back() != "..")
+    elements.pop_back();
+  else if (!name.empty() && name != ".")
+    elements.push_back(name);
+  return elements;
+}
+
+/// The elements of `folder` below `base`, with a "/" behind each, or none without a base.
+/// @param name  what the user has named in this folder, or the folder itself.
+std::string PlaceBelow(const std::string& name, const std::string& folder,
+                       const std::string& base) {
   if (base.empty()) return {};
-  const std::string within = base.ends_with('/') ? base : base + '/';
-  if (!path.starts_with(within))
-    throw steps::CallError("--base: '" + path + "' is not in '" + base + "'");
-  const std::string rest = platform::FolderOf(path.substr(within.size()));
-  return rest.empty() ? rest : rest + '/';
+  const std::vector<std::string> whole = Elements(folder), above = Elements(base);
+  const auto [rest, end] = std::ranges::mismatch(whole, above);
+  const bool leavesBase =
+      rest != whole.end() && (*rest == ".." || platform::FolderOf(*rest) == *rest);
+  if (end != above.end() || leavesBase)
+    throw steps::CallError("--base: '" + name + "' is not in '" + base + "'");
+  std::string place;
+  for (auto element = rest; element != whole.end(); ++element) place += *element + '/';
+  return place;
 }
 
 class Finder {
@@ -44,11 +62,13 @@ class Finder {
 
  private:
   void AddNamed(const std::string& name) {
-    if (KindOf(PictureName(name).path) != Kind::kFolder)
-      return found_.push_back({name, PlaceBelow(name, batch_.base)}), void();
+    const std::string path = PictureName(name).path;
+    if (KindOf(path) != Kind::kFolder)
+      return found_.push_back({name, PlaceBelow(name, platform::FolderOf(path), batch_.base)}),
+             void();
     if (!batch_.recursive)
       throw steps::CallError("'" + name + "' is a folder; --recursive takes the pictures in it");
-    AddFolder(name, PlaceBelow(name + "/", batch_.base));
+    AddFolder(name, PlaceBelow(name, name, batch_.base));
   }
 
   void AddFolder(const std::string& folder, const std::string& place) {
@@ -124,6 +144,8 @@ void CheckPattern(const BatchRequest& batch, const std::string& to) {
   if (!format || *format == steps::Format::kTiff)
     throw steps::CallError("--name: '" + batch.name +
                            "' does not end in {ext}, .jpg, .bmp or .png");
+  if (!to.empty() && *format != steps::FormatOfName("." + to))
+    throw steps::CallError("--name: '" + batch.name + "' is of another format than --to " + to);
 }
 
 /// Refuses outputs that are one file, be it under two names.
