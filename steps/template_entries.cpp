@@ -5,6 +5,7 @@
 
 #include "steps/error.h"
 #include "steps/platform/files.h"
+#include "steps/table.h"
 
 namespace rastelo::steps {
 namespace {
@@ -22,7 +23,9 @@ std::string ReadText(const std::string& path) try {
   const platform::Bytes bytes = platform::ReadFile(path);
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 } catch (const platform::FileError& error) {
-  throw StepError("cannot read the template file '" + path + "': " + error.what());
+  const auto nearest = NearestWord(path, kTemplateNames);
+  throw StepError("cannot read the template file '" + path + "': " + error.what() +
+                  (nearest ? "; did you mean '" + std::string(*nearest) + "'?" : ""));
 }
 
 double NumberOf(const std::string& word) {

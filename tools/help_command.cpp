@@ -31,6 +31,24 @@ nlohmann::ordered_json Described(const steps::Step& step) {
           {"arguments", arguments}};
 }
 
+bool IsCommand(const std::string& topic) {
+  return std::ranges::any_of(Commands(),
+                             [&](const CommandHelp& command) { return command.name == topic; });
+}
+
+/// Throws a CallError that suggests a step or a command.
+[[noreturn]] void FailToFind(const std::string& topic) {
+  const std::vector<CommandHelp> commands = Commands();
+  std::vector<std::string_view> names;
+  for (const steps::Step& step : steps::Steps()) names.push_back(step.name);
+  for (const CommandHelp& command : commands)
+    if (!command.isHidden) names.push_back(command.name);
+  const auto nearest = steps::NearestWord(topic, names);
+  throw steps::CallError("there is no step or command '" + topic + "'; " +
+                         (nearest ? "did you mean '" + std::string(*nearest) + "'?"
+                                  : "'rastelo steps' and 'rastelo --help' list them"));
+}
+
 }  // namespace
 
 int StepsCommand(const Request& request) {
@@ -43,15 +61,15 @@ int StepsCommand(const Request& request) {
 }
 
 int HelpCommand(const Request& request) {
-  const auto commands = Commands();
-  const bool isCommand = std::ranges::any_of(
-      commands, [&](const CommandHelp& command) { return command.name == request.topic; });
+  const auto step = std::ranges::find(steps::Steps(), request.topic, &steps::Step::name);
   if (request.topic.empty())
     Print(ReadCommandLine({"--help"}).answer);
-  else if (isCommand)
+  else if (IsCommand(request.topic))
     Print(ReadCommandLine({request.topic, "--help"}).answer);
+  else if (step != steps::Steps().end())
+    Print(steps::HelpOf(*step));
   else
-    Print(steps::HelpOf(steps::FindStep(request.topic)));
+    FailToFind(request.topic);
   return kDone;
 }
 

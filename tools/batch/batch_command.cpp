@@ -142,6 +142,9 @@ class Pool {
 };
 
 void CheckProgram(const steps::Program& program, const BatchRequest& batch) {
+  if (batch.steps.empty() && batch.pictures.empty() && batch.list.empty())
+    throw steps::CallError(
+        "STEPS and PICTURE are missing; 'rastelo batch --help' shows how it is called");
   for (const steps::Call& call : program) {
     if (call.Does() == steps::Effect::kSave)
       throw steps::CallError("'" + call.text +
