@@ -131,8 +131,15 @@ says 0 '' sheet -o sheet.jpg scene.jpg gray.bmp --try 'gray otsu' --try equalize
 says 3 ".*'scene.jpg'.*" sheet -o scene.jpg scene.jpg
 says 0 '' sheet -y -o sheet.png scene.jpg
 
-# What cannot be opened is told with its cause.
+# What cannot be opened is told with its cause, and a sheet does without it.
 : >empty.jpg
+says 1 "rastelo: cannot open 'empty.jpg': .*" sheet -o rest.png empty.jpg scene.jpg --tile 60x40
+size rest.png '80 x 78 pixels, .*'
+says 1 "rastelo: 'scene.jpg': step 'otsu': it needs a gray picture.*" sheet -o no.png scene.jpg --try otsu
+says 3 "rastelo: cannot open 'empty.jpg': .*" sheet -o no.png empty.jpg
+# shellcheck disable=SC2046
+says 2 "rastelo: --output: 'no.jpg' would be 244 x 78410 pixels.*" sheet -o no.jpg $(yes scene.jpg | head -n 400)
+[ ! -e no.png ] && [ ! -e no.jpg ] || fail "a sheet of nothing"
 echo "a few words" >text.jpg
 head -c 20000 scene.jpg >half.jpg
 head -c 9000 sprite.bmp >cut.bmp

@@ -195,7 +195,11 @@ class Definition {
     CLI::App* sheet = Command(
         "sheet", "Put small pictures side by side: each as it is, and after steps",
         "Example: rastelo sheet -o tries.jpg photo.jpg page.jpg --try \"gray otsu\" --try edges");
-    sheet->add_option("PICTURE", request_.pictures, "A row for each")->required()->type_name("");
+    sheet
+        ->add_option("PICTURE", request_.pictures,
+                     "A row for each; one that cannot be opened is told of and left out")
+        ->required()
+        ->type_name("");
     Takes("SHEET",
           sheet->add_option("-o,--output", request_.sheet, "The picture to write")->required());
     Takes("STEPS", sheet

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <new>
 
 #include "geometry/block.h"
 #include "geometry/shrink.h"
@@ -54,13 +55,17 @@ Tile MakeTile(const std::string& caption, const PixelStore& picture, TileSize si
   return {caption, InColour(small)};
 }
 
+SheetSize::SheetSize(std::size_t rows, std::size_t columns, TileSize tile)
+    : width(kGap + static_cast<std::int64_t>(columns) * (tile.width + kGap)),
+      height(kGap + static_cast<std::int64_t>(rows) * (tile.height + kCaption + kGap)) {}
+
 PixelStore MakeContactSheet(const std::vector<std::vector<Tile>>& rows, TileSize size) {
   std::size_t columns = 0;
   for (const auto& row : rows) columns = std::max(columns, row.size());
-  const int width = kGap + static_cast<int>(columns) * (size.width + kGap);
-  const int rowHeight = size.height + kCaption + kGap;
+  const SheetSize sides(rows.size(), columns, size);
+  if (std::max(sides.width, sides.height) > INT32_MAX) throw std::bad_alloc();
   PixelStore sheet =
-      PixelStore::Zeroed(width, kGap + static_cast<int>(rows.size()) * rowHeight, 24);
+      PixelStore::Zeroed(static_cast<int>(sides.width), static_cast<int>(sides.height), 24);
   std::fill_n(sheet.bits.get(), sheet.Bytes(), kPaper);
   int top = kGap;
   for (const auto& row : rows) {
@@ -69,7 +74,7 @@ PixelStore MakeContactSheet(const std::vector<std::vector<Tile>>& rows, TileSize
       DrawTile(sheet.Pixels(), left, top, size, tile);
       left += size.width + kGap;
     }
-    top += rowHeight;
+    top += size.height + kCaption + kGap;
   }
   return sheet;
 }

@@ -1,4 +1,6 @@
 // rastelo sheet: small pictures side by side.
+#include <algorithm>
+
 #include "steps/error.h"
 #include "steps/run.h"
 #include "tools/commands.h"
@@ -40,6 +42,18 @@ void CheckTarget(const Request& request) {
                     "replaces it");
 }
 
+/// A sheet that its format cannot hold is refused before all pictures have been read for it.
+void CheckSize(const Request& request) {
+  constexpr std::int64_t kMostOfJpeg = 65500;
+  const SheetSize size(request.pictures.size(), 1 + request.trials.size(), request.tile);
+  if (*steps::FormatOfName(request.sheet) == steps::Format::kJpeg &&
+      std::max(size.width, size.height) > kMostOfJpeg)
+    throw steps::CallError("--output: '" + request.sheet + "' would be " +
+                           std::to_string(size.width) + " x " + std::to_string(size.height) +
+                           " pixels, and a JPEG has at most 65500 on a side; write .png or .bmp, "
+                           "or make the --tile smaller");
+}
+
 /// The tiles of a picture, which is opened once: each trial works on a copy, of which only the tile
 /// stays.
 std::vector<Tile> MakeRow(const Request& request, const std::string& name,
@@ -56,19 +70,41 @@ std::vector<Tile> MakeRow(const Request& request, const std::string& name,
   return row;
 }
 
+struct Rows {
+  std::vector<std::vector<Tile>> rows;  // of the pictures that did not fail
+  bool isAnyRead = false;
+};
+
+/// A picture that fails is told of, and the sheet does without its row.
+Rows MakeRows(const Request& request, const std::vector<Trial>& trials) {
+  Rows made;
+  for (const std::string& picture : request.pictures) {
+    try {
+      made.rows.push_back(MakeRow(request, picture, trials));
+      made.isAnyRead = true;
+    } catch (const MoveError& error) {
+      Complain(error.what());
+    } catch (const steps::StepError& error) {
+      Complain("'" + picture + "': " + error.what());
+      made.isAnyRead = true;
+    }
+  }
+  return made;
+}
+
 }  // namespace
 
 int SheetCommand(const Request& request) {
   const std::vector<Trial> trials = ReadTrials(request.trials);
   CheckTarget(request);
-  std::vector<std::vector<Tile>> rows;
-  for (const std::string& picture : request.pictures)
-    rows.push_back(MakeRow(request, picture, trials));
+  CheckSize(request);
+  const auto [rows, isAnyRead] = MakeRows(request, trials);
+  if (rows.empty()) return isAnyRead ? kSomeFailed : kNothingMoved;
   const PixelStore sheet = MakeContactSheet(rows, request.tile);
   const auto file =
       steps::WritePicture(sheet.Pixels(), 24, {}, {*steps::FormatOfName(request.sheet), 90, true});
   WriteTarget(request.sheet, file, {request.options.write.overwrite, {}, {}});
-  return kDone;
+  return rows.size() == request.pictures.size() ? kDone : kSomeFailed;
 }
 
 }  // namespace rastelo::tools
