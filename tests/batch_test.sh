@@ -126,6 +126,20 @@ says 0 '6 up to date' "convolve=kernel.txt" -o kernel in -r --resume
 seq 2 10 >kernel.txt
 says 0 '6 done' "convolve=kernel.txt" -o kernel in -r --resume
 
+# Pictures written over themselves are not worked on twice, wherever a batch was killed.
+mkdir once again
+cp in/{scene,page,cells}.jpg once
+for i in $(seq 40); do cp in/page.jpg once/$i.jpg; done
+cp once/* again
+"$rastelo" batch "rotate=cw shrink=0.5" -y -o once -r once 2>/dev/null
+says 0 '0 done, 0 failed, 43 up to date' "rotate=cw shrink=0.5" -y -o once -r once --resume
+for delay in 02 04 06 08 10; do
+  (timeout -s KILL 0.$delay "$rastelo" batch "rotate=cw shrink=0.5" -y -o again -r again --resume || true) 2>/dev/null
+done
+says 0 '43 done|up to date' "rotate=cw shrink=0.5" -y -o again -r again --resume
+rm -f again/.rastelo-*
+cmp <(bytes once) <(bytes again) || fail "a picture is worked on twice"
+
 # Killed at any moment, and resumed, a batch makes the same bytes, and no half file has a final name.
 steps="gray equalize=1 zoom=1.5 rotate=cw"
 "$rastelo" batch "$steps" -o whole in -r 2>/dev/null

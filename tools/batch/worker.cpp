@@ -91,16 +91,34 @@ class PictureWork {
     if (there.kind != Kind::kFile) return mode;
     const Record* last = job_.history.Find(task_.id);
     const bool isOurs = last && IsOurs(*last, there);
-    isUpToDate_ = isOurs && last->state == Record::State::kDone && last->key == job_.key &&
-                  last->sourceTime == source.time && last->sourceBytes == source.size;
+    isUpToDate_ = isOurs && last->key == job_.key &&
+                  (IsSame(source, there) ? IsAsLeft(*last, there) : IsMadeOf(*last, source));
     mode.overwrite = mode.overwrite || isOurs;
     return mode;
   }
 
   bool IsOurs(const Record& last, const platform::FileInfo& there) const {
-    const bool isAsLeft = last.state == Record::State::kDone && last.outputTime == there.time &&
-                          last.outputBytes == there.size;
-    return isAsLeft || job_.history.HasMade(task_.id, DigestOf(ReadNamed(Output())));
+    return HasTimeOf(last, there) || job_.history.HasMade(task_.id, DigestOf(ReadNamed(Output())));
+  }
+
+  /// Whether a picture has been written over itself: then its own time and size are gone, and the
+  /// steps must not be done to it once more.
+  static bool IsSame(const platform::FileInfo& source, const platform::FileInfo& there) {
+    return source.device == there.device && source.identity == there.identity;
+  }
+
+  bool IsAsLeft(const Record& last, const platform::FileInfo& there) const {
+    return HasTimeOf(last, there) || last.digest == DigestOf(ReadNamed(Output()));
+  }
+
+  static bool HasTimeOf(const Record& last, const platform::FileInfo& there) {
+    return last.state == Record::State::kDone && last.outputTime == there.time &&
+           last.outputBytes == there.size;
+  }
+
+  static bool IsMadeOf(const Record& last, const platform::FileInfo& source) {
+    return last.state == Record::State::kDone && last.sourceTime == source.time &&
+           last.sourceBytes == source.size;
   }
 
   std::vector<std::uint8_t> Make(std::string& printed) const {
