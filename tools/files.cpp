@@ -1,6 +1,7 @@
 #include "tools/files.h"
 
 #include <charconv>
+#include <new>
 #include <set>
 
 #include "steps/error.h"
@@ -53,6 +54,8 @@ steps::Picture OpenPicture(const std::string& name, bool keyColour) {
     return picture;
   } catch (const steps::PictureError& error) {
     throw MoveError("cannot open '" + name + "': " + error.what());
+  } catch (const std::bad_alloc&) {
+    throw MoveError("cannot open '" + name + "': there is not enough memory");
   }
 }
 
