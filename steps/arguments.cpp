@@ -84,7 +84,7 @@ bool Accept(const Argument& argument, Value& value) {
 
 std::string Shown(double number) {
   char text[32];
-  const auto end = std::to_chars(text, text + sizeof text, number).ptr;
+  const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::fixed).ptr;
   return {text, end};
 }
 
@@ -230,6 +230,14 @@ std::string Describe(const Argument& argument) {
   std::string all;
   for (const std::string& form : forms) all += (all.empty() ? "" : ", or ") + form;
   return all;
+}
+
+std::string Explain(const Argument& argument) {
+  std::string text(argument.help);
+  if (argument.forms != kFlag) text.append("; ").append(Describe(argument));
+  if (argument.otherwise && !argument.otherwise->empty())
+    text.append(" (default: ").append(*argument.otherwise).append(")");
+  return text;
 }
 
 std::string Usage(const Step& step) {

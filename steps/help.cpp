@@ -1,6 +1,7 @@
 #include "steps/help.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "steps/arguments.h"
 #include "steps/table.h"
@@ -15,15 +16,11 @@ std::string Padded(std::string text, std::size_t width) {
   return text;
 }
 
-/// "  LEVEL    the first level that counts as bright: otsu, graph-cut, or a whole number"
+/// "  LEVEL    the first level that counts as bright; otsu, graph-cut, or a whole number"
 std::string LineOf(const Argument& argument) {
-  std::string text(argument.help);
-  if (argument.forms != kFlag) text.append(": ").append(Describe(argument));
-  if (argument.otherwise && !argument.otherwise->empty())
-    text.append(" (default: ").append(*argument.otherwise).append(")");
   const std::string name = "  " + std::string(argument.name);
   const std::string head = Padded(name, 12);
-  return head + Wrapped(text, kWidth - head.size(), head.size()) + "\n";
+  return head + Wrapped(Explain(argument), kWidth - head.size(), head.size()) + "\n";
 }
 
 std::string Example(const Step& step) {
@@ -34,11 +31,8 @@ std::string SectionOf(const Step& step) {
   std::string text = "### " + std::string(step.name) + "\n\n`" + Usage(step) +
                      "`: " + std::string(step.help) + ".\n\n" + std::string(step.details) + "\n\n";
   if (step.needsGray) text += "Needs a gray picture.\n\n";
-  for (const Argument& argument : step.arguments) {
-    text.append("- `").append(argument.name).append("`: ").append(argument.help);
-    if (argument.forms != kFlag) text.append(": ").append(Describe(argument));
-    text += "\n";
-  }
+  for (const Argument& argument : step.arguments)
+    text.append("- `").append(argument.name).append("`: ").append(Explain(argument)).append("\n");
   if (!step.arguments.empty()) text += "\n";
   return text + "    " + Example(step) + "\n\n";
 }
@@ -72,9 +66,9 @@ std::string ListOfSteps() {
     if (step.family != family)
       text.append(text.empty() ? "" : "\n").append(step.family).append("\n");
     family = step.family;
-    const std::string head = Padded("  " + Usage(step), kNameWidth);
-    text += head +
-            Wrapped(step.help, std::max(kWidth, head.size() + 40) - head.size(), kNameWidth) + "\n";
+    std::string head = "  " + Usage(step);
+    if (head.size() + 2 > kNameWidth) text += std::exchange(head, "") + "\n";
+    text += Padded(head, kNameWidth) + Wrapped(step.help, kWidth - kNameWidth, kNameWidth) + "\n";
   }
   return text;
 }

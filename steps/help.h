@@ -6,10 +6,11 @@
 
 namespace rastelo::steps {
 
-/// All that a user may want to know of a step, in lines of at most 80 columns.
+/// All that a user may want to know of a step, in lines of at most 80 columns; only its example may
+/// be longer.
 std::string HelpOf(const Step& step);
 
-/// A line for each step, family by family.
+/// What each step does, family by family, in lines of at most 80 columns.
 std::string ListOfSteps();
 
 /// The same with all fields, for pages: Markdown.

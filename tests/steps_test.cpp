@@ -64,6 +64,14 @@ void ExpectSame(const PixelStore& first, const PixelStore& second) {
         << "row " << y;
 }
 
+void ExpectNarrow(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_TRUE(line.size() <= 80 || line.starts_with("Example: ")) << line;
+    EXPECT_FALSE(line.ends_with(' ')) << line;
+  }
+}
+
 TEST(StepTable, HasAllFieldsOfEveryStep) {
   const Picture picture = SomePicture(400, 300, 24);
   for (const Step& step : Steps()) {
@@ -90,10 +98,9 @@ TEST(StepTable, HasAllFieldsOfEveryStep) {
       const std::string text(step.example.substr(step.example.find(' ') + 1));
       EXPECT_THROW(RunOn(picture, text), StepError) << "it takes a colour picture";
     }
-    std::string line;
-    std::istringstream help(HelpOf(step));
-    while (std::getline(help, line)) EXPECT_LE(line.size(), 100u) << line;
+    ExpectNarrow(HelpOf(step));
   }
+  ExpectNarrow(ListOfSteps());
 }
 
 struct ReadCase {

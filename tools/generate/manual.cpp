@@ -33,14 +33,11 @@ std::string Filled(std::string_view text) {
   return Escaped(steps::Wrapped(line, 68, 0));
 }
 
-/// Lines that stay lines.
-std::string Lines(std::string_view text) {
-  std::string lines;
-  while (!text.empty()) {
-    const std::size_t end = text.find('\n');
-    lines += (lines.empty() ? "" : "\n.br\n") + Filled(text.substr(0, end));
-    text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
-  }
+/// An example in the first line, and a paragraph of the others.
+std::string Footer(std::string_view text) {
+  const std::size_t end = text.find('\n');
+  std::string lines = ".PP\n" + Filled(text.substr(0, end)) + "\n";
+  if (end != std::string_view::npos) lines += ".PP\n" + Filled(text.substr(end + 1)) + "\n";
   return lines;
 }
 
@@ -56,7 +53,7 @@ std::string SectionOf(const CommandHelp& command) {
     text +=
         Tagged(Bold(option.names) + (option.value.empty() ? "" : " \\fI" + option.value + "\\fR"),
                option.help + ".");
-  if (!command.footer.empty()) text += ".PP\n" + Lines(command.footer) + "\n";
+  if (!command.footer.empty()) text += Footer(command.footer);
   return text;
 }
 
@@ -72,11 +69,8 @@ std::string EntryOf(const steps::Step& step) {
   std::string about = std::string(step.help) + ". " + std::string(step.details);
   if (step.needsGray) about += " Needs a gray picture.";
   text += Filled(about) + "\n";
-  for (const steps::Argument& argument : step.arguments) {
-    std::string line = ": " + std::string(argument.help);
-    if (argument.forms != steps::kFlag) line += "; " + steps::Describe(argument);
-    text += ".br\n" + Bold(argument.name) + Filled(line + ".") + "\n";
-  }
+  for (const steps::Argument& argument : step.arguments)
+    text += ".br\n" + Bold(argument.name) + Filled(": " + steps::Explain(argument) + ".") + "\n";
   return text;
 }
 
