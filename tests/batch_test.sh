@@ -108,7 +108,7 @@ for jobs in 1 3; do says 0 '6 done' "gray equalize zoom=0.5" -o jobs-$jobs in -r
 for part in 3 1 2; do "$rastelo" batch "gray equalize zoom=0.5" -o parts in -r --shard $part/3 2>/dev/null; done
 cmp <(bytes jobs-1) <(bytes jobs-3) || fail "jobs change bytes"
 cmp <(bytes jobs-1) <(bytes parts) || fail "parts change bytes"
-says 0 '6 done, 0 failed, 0 unfinished' --status parts
+says 0 '6 done, 0 failed, 0 cut off at work' --status parts
 
 # Resuming does what is missing, older than its picture or steps, and keeps what others have made.
 says 0 '0 done, 0 failed, 6 up to date' "gray equalize zoom=0.5" -o parts in -r --resume

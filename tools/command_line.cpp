@@ -179,8 +179,9 @@ class Definition {
                                    "bar, json or none (default: a bar on terminals)")
                       ->check(CLI::IsMember({"auto", "bar", "json", "none"})));
     Takes("FOLDER",
-          command->add_option("--status", batch.status,
-                              "Tell what the logs in an output folder say, and do nothing"));
+          command->add_option(
+              "--status", batch.status,
+              "Tell what the logs in an output folder say has been begun, and do nothing"));
   }
 
   static Shard ReadShard(const std::string& text) {

@@ -194,11 +194,11 @@ int TellStatus(const BatchRequest& batch, bool json) {
   if (json) {
     PrintJson({{"done", count.done},
                {"failed", count.failed},
-               {"unfinished", count.total - count.done - count.failed},
+               {"cut off", count.total - count.done - count.failed},
                {"failures", failures}});
   } else {
     Print(std::to_string(count.done) + " done, " + std::to_string(count.failed) + " failed, " +
-          std::to_string(count.total - count.done - count.failed) + " unfinished\n");
+          std::to_string(count.total - count.done - count.failed) + " cut off at work\n");
     for (const auto& [picture, error] : failures) Print(Printable(error) + "\n");
   }
   return count.failed == 0 ? kDone : kSomeFailed;
