@@ -40,7 +40,7 @@ says 0 '2 done' gray -o named in/scene.jpg in/sub/a.jpg --name '{stem}-gray.{ext
 says 0 '2 done' gray -o based ./in/scene.jpg in//other/../sub/a.jpg --base in/.
 says 2 "is not in 'in/sub'" gray -o no in/sub/../page.jpg --base in/sub
 [ "$(files based)" = "./scene.jpg ./sub/a.jpg" ] || fail "places: $(files based)"
-printf 'in/scene.jpg\r\n\nin/sub/a.jpg\n' >list.txt
+printf '\xEF\xBB\xBFin/scene.jpg\r\n\nin/sub/a.jpg\n' >list.txt
 says 0 '2 done' gray -o listed --list list.txt
 printf 'in/scene.jpg\0in/sub/a.jpg\0' | says 0 '2 done' gray -o zeros --files0-from -
 cmp <(bytes listed) <(bytes zeros) || fail "lists"

@@ -87,7 +87,8 @@ class Finder {
     const platform::Bytes bytes = ReadList();
     const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     const char end = batch_.nul ? '\0' : '\n';
-    for (std::size_t at = 0; at < all.size();) {
+    const bool hasMark = !batch_.nul && all.starts_with("\xEF\xBB\xBF");  // as some editors leave
+    for (std::size_t at = hasMark ? 3 : 0; at < all.size();) {
       const std::size_t stop = std::min(all.find(end, at), all.size());
       std::string name(all.substr(at, stop - at));
       if (!batch_.nul && name.ends_with('\r')) name.pop_back();
