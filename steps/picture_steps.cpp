@@ -26,6 +26,10 @@ void ApplyInfo(Run& run, const Values&) {
                      std::to_string(bits) + " bits a pixel (" + (isColour ? "colour" : "gray") +
                      "), from " + std::string(NameOf(run.source.format)) + ", " +
                      run.source.stored + "\n";
+  if (run.source.pages > 1) {
+    json["pages"] = run.source.pages;
+    text += "  one of " + std::to_string(run.source.pages) + " pages\n";
+  }
   if (const auto& resolution = metadata.resolution) {
     json["pixels a metre"] = {resolution->x, resolution->y};
     char line[64];
@@ -104,7 +108,7 @@ PixelStore VisiblePart(Run& run) {
   const auto columns = Clip({drawn.left, drawn.right}, {0, run.image.GetWidth()});
   const auto rows = Clip({drawn.top, drawn.bottom}, {0, run.image.GetHeight()});
   const auto width = static_cast<int>(columns.Length()), height = static_cast<int>(rows.Length());
-  const PixelStore part = PixelStore::Zeroed(width, height, run.BitCount());
+  PixelStore part = PixelStore::Zeroed(width, height, run.BitCount());
   run.image.GetImgBlock(static_cast<int>(columns.first), static_cast<int>(rows.first), width,
                         height, part.bitCount, part.bits.get());
   return part;

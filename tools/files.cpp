@@ -40,7 +40,8 @@ PictureName::PictureName(const std::string& name) : path(name) {
   if (!name.ends_with(']') || bracket == std::string::npos || KindOf(name) != Kind::kNone) return;
   const char* end = name.data() + name.size() - 1;
   const auto [stop, error] = std::from_chars(name.data() + bracket + 1, end, page);
-  if (error == std::errc() && stop == end && page >= 0)
+  isPage = error == std::errc() && stop == end && page >= 0;
+  if (isPage)
     path = name.substr(0, bracket);
   else
     page = 0;
@@ -51,6 +52,8 @@ steps::Picture OpenPicture(const std::string& name, bool keyColour) {
     steps::Picture picture =
         Named("open", name, [&] { return Decode(PictureName(name), keyColour); });
     for (const std::string& note : picture.notes) NoteOnce(note);
+    if (picture.pages > 1 && !PictureName(name).isPage)
+      NoteOnce("of a file with several pages the first is taken; file.tif[1] names the second");
     return picture;
   } catch (const steps::PictureError& error) {
     throw MoveError("cannot open '" + name + "': " + error.what());

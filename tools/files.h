@@ -37,6 +37,7 @@ struct PictureName {
   explicit PictureName(const std::string& name);
   std::string path;
   int page = 0;
+  bool isPage = false;  // whether the name tells a page
 };
 
 /// Opens a picture. Throws a MoveError that says why it cannot. What was changed on the way in is

@@ -33,6 +33,6 @@ PictureError Damaged(const std::string& what);
 PictureError AnnouncesTooMuch(std::uint32_t width, std::uint32_t height);
 
 inline constexpr const char* kAlphaNote = "transparency laid on white";
-inline constexpr const char* k16BitsNote = "16 bits a channel scaled to 8";
+inline constexpr const char* k16BitsNote = "16 bits a channel scaled to 8: round(v / 257)";
 
 }  // namespace rastelo::steps
