@@ -85,7 +85,9 @@ class PictureWork {
     const CommonOptions& options = job_.request.options;
     mode.overwrite = options.write.overwrite;
     if (options.write.preserveTime) mode.time = source.time;
-    mode.temporaryName = ".rastelo-" + std::to_string(task_.id);
+    const Shard& shard = job_.request.batch.shard;  // another one may run, whose parts overlap
+    mode.temporaryName = ".rastelo-" + std::to_string(shard.number) + "-of-" +
+                         std::to_string(shard.count) + "-" + std::to_string(task_.id);
     if (!Writes() || !job_.request.batch.resume) return mode;
     const platform::FileInfo there = InspectOutput();
     if (there.kind != Kind::kFile) return mode;
@@ -159,6 +161,7 @@ std::string KeyOf(const Request& request, const steps::Program& program) {
       std::string(RASTELO_VERSION) + "|quality " + std::to_string(request.batch.quality);
   if (request.options.keyColour) key += "|key colour";
   if (request.options.strip) key += "|strip";
+  if (request.options.write.preserveTime) key += "|preserve time";
   for (const steps::Call& call : program) {
     key += "|" + call.text;
     for (std::size_t i = 0; i < call.values.size(); ++i)
