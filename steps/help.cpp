@@ -11,6 +11,21 @@ namespace {
 
 constexpr std::size_t kWidth = 80, kNameWidth = 26;
 
+constexpr const char* kReferenceHead =
+    R"(# Steps
+
+`rastelo generate reference` prints this page from the table that the tool runs by. A step acts on the
+picture as the steps before it have left it.
+
+Some operations of the library are peculiar by design. Beside each stands one that does what its name
+says in a textbook; both on one picture:
+
+![sobel and edges, template and convolve on one picture](twins-filters.jpg)
+
+![otsu and threshold, zoom and shrink on one picture](twins-levels.jpg)
+
+)";
+
 std::string Padded(std::string text, std::size_t width) {
   text.resize(std::max(text.size() + 2, width), ' ');
   return text;
@@ -74,7 +89,7 @@ std::string ListOfSteps() {
 }
 
 std::string ReferenceOfSteps() {
-  std::string text;
+  std::string text = kReferenceHead;
   std::string_view family;
   for (const Step& step : Steps()) {
     if (step.family != family) text.append("## ").append(step.family).append("\n\n");

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# The manual has no fault, and the completion of each shell finds commands, options and steps, in
-# that shell itself.
-# completion_test.sh RASTELO
+# What the tool makes of its tables: the manual has no fault, the reference is the one in docs/, and
+# the completion of each shell finds commands, options and steps, in that shell itself.
+# generated_test.sh SOURCE RASTELO
 set -euo pipefail
-rastelo=$(realpath -e "$1")
+source=$(realpath "$1") rastelo=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -22,6 +22,8 @@ lint=$(mandoc -Tlint -Wall rastelo.1 2>&1) || true
 for step in $("$rastelo" steps --json | sed 's/^{"name":"\([^"]*\)".*/\1/'); do
   grep -q "^\\\\fB${step//-/\\\\-}" rastelo.1 || fail "the manual lacks $step"
 done
+
+"$rastelo" generate reference | diff - "$source/docs/steps.md" || fail "docs/steps.md is not of this table"
 
 # What each shell offers for a line, a word each.
 in_bash() {
