@@ -17,10 +17,10 @@ make_photographs() {
   (cd "$work/packages" && apt-get -q download mate-backgrounds plasma-workspace-wallpapers &&
     for package in *.deb; do dpkg -x "$package" .; done) >&2
   while read -r picture; do
-    for turn in "" "rotate=180" "rotate=cw crop=0,0,1200,900" "rotate=ccw crop=0,0,1200,900"; do
+    for turn in "" "rotate=180" "rotate=cw" "rotate=ccw"; do
       [ $number -lt 100 ] || return 0
       # shellcheck disable=SC2086
-      "$rastelo" run "$picture" $turn size=4000x3000 \
+      "$rastelo" run -y "$picture" size=4000x3000 $turn \
         "save=$work/in/$(printf %03d $number).jpg,quality=92" && number=$((number + 1))
     done
   done < <(find "$work/packages" -name '*.jpg' -size +400k ! -name '*dark*' | sort)

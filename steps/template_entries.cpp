@@ -10,8 +10,11 @@
 namespace rastelo::steps {
 namespace {
 
+constexpr double kNinth = 1.0 / 9;
+
 std::vector<double> NamedEntries(std::string_view name) {
-  if (name == "mean") return std::vector<double>(9, 1.0 / 9);
+  if (name == "mean")
+    return {kNinth, kNinth, kNinth, kNinth, kNinth, kNinth, kNinth, kNinth, kNinth};
   if (name == "gauss") return {0.0625, 0.125, 0.0625, 0.125, 0.25, 0.125, 0.0625, 0.125, 0.0625};
   if (name == "sharpen") return {0, -1, 0, -1, 5, -1, 0, -1, 0};
   if (name == "laplace") return {0, -1, 0, -1, 4, -1, 0, -1, 0};

@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   const auto result = GreenPart(sample, std::atoi(argv[2]), std::atoi(argv[3]));
   std::atomic<std::size_t> next = 0, bytes = 0;
   std::vector<std::jthread> workers;
+  workers.reserve(static_cast<std::size_t>(jobs));
   for (int job = 0; job < jobs; ++job)
     workers.emplace_back([&] {
       for (std::size_t i = next++; i < pictures.size(); i = next++) {

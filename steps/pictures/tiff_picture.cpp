@@ -68,6 +68,7 @@ int KeepWarning(TIFF* tiff, void* user, const char* module, const char* format, 
   char text[160];
   va_list copy;
   va_copy(copy, arguments);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_copy is right above
   std::vsnprintf(text, sizeof text, format, copy);
   va_end(copy);
   return std::strstr(text, "extraneous") ? 1 : KeepError(tiff, user, module, format, arguments);

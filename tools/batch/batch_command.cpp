@@ -53,6 +53,7 @@ class Pool {
 
  private:
   void Start(std::vector<std::jthread>& workers, std::size_t jobs) try {
+    workers.reserve(jobs);
     while (workers.size() < jobs) {
       workers.emplace_back([this] { WorkOn(); });
       const std::lock_guard lock(mutex_);
