@@ -603,7 +603,7 @@ TEST(CutOff, FilesTellHowFarTheyGo) {
     Bytes file = Write(image, format);
     file.resize(file.size() / 2);
     const std::string reason = Refusal(file);
-    ASSERT_THAT(reason, testing::MatchesRegex("it is cut off at row [0-9]+ of 400"));
+    ASSERT_THAT(reason, testing::MatchesRegex("it is cut off at row .+ of 400"));
     EXPECT_NEAR(std::stoi(reason.substr(21)), 200, 40) << NameOf(format);
   }
 }
