@@ -123,6 +123,13 @@ void EraseBar() {
   std::fflush(stderr);
 }
 
+void PrintToError(const std::string& text) {
+  const std::lock_guard alone(Errors().mutex);
+  Errors().EraseBar();
+  std::fputs(text.c_str(), stderr);
+  std::fflush(stderr);
+}
+
 void Print(std::string_view text) {
   Named("write to", "standard output", [&] {
     steps::platform::WriteStandardOutput(

@@ -24,6 +24,9 @@ void NoteOnce(const std::string& message);
 void DrawBar(const std::string& bar);
 void EraseBar();
 
+/// Writes to standard error, at once.
+void PrintToError(const std::string& text);
+
 /// Writes to standard output. Throws a MoveError if that cannot be done, and BrokenPipe.
 void Print(std::string_view text);
 /// One line of JSON. Text that is no UTF-8 is replaced.

@@ -1,5 +1,4 @@
 // rastelo, the command-line host.
-#include <cstdio>
 #include <map>
 #include <new>
 
@@ -43,7 +42,7 @@ int main(int argc, char** argv) {
     return Call({words.begin() + (words.empty() ? 0 : 1), words.end()});
   } catch (const steps::MissingArgument& error) {
     Complain(error.what());
-    std::fputs(("\n" + steps::HelpOf(*error.step)).c_str(), stderr);
+    PrintToError("\n" + steps::HelpOf(*error.step));
     return kWrongCall;
   } catch (const steps::CallError& error) {
     return Fail(kWrongCall, error.what());

@@ -43,7 +43,7 @@ steps::platform::WriteMode ModeFor(const std::string& picture, const WriteRules&
 
 void PrintTo(bool error, const std::string& text) {
   if (error)
-    std::fputs(text.c_str(), stderr);
+    PrintToError(text);
   else
     Print(text);
 }
@@ -64,8 +64,7 @@ std::string Shown(const std::string& picture, const steps::Report& report, bool 
 
 void ShowTrace() {
   steps::platform::SendTraceTo([](std::string_view line) {
-    std::fprintf(stderr, "%.*s%s", static_cast<int>(line.size()), line.data(),
-                 line.ends_with('\n') ? "" : "\n");
+    PrintToError(std::string(line) + (line.ends_with('\n') ? "" : "\n"));
   });
 }
 

@@ -45,8 +45,7 @@ bool Progress::IsDue() {
 void Progress::Tell(const Count& count) {
   if (!IsDue()) return;
   if (kind_ == Kind::kBar) return DrawBar(Bar(count));
-  std::fputs(Json(count).c_str(), stderr);
-  std::fflush(stderr);
+  PrintToError(Json(count));
 }
 
 std::string Progress::Bar(const Count& count) const {
@@ -79,7 +78,7 @@ std::string Progress::Json(const Count& count) const {
 void Progress::Summarize(const Count& count) {
   EraseBar();
   if (kind_ == Kind::kJson) {
-    std::fputs(Json(count).c_str(), stderr);
+    PrintToError(Json(count));
     return;
   }
   char text[160];
