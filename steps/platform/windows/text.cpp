@@ -88,7 +88,8 @@ std::wstring Upper(std::wstring text) {
 
 void ThrowError(unsigned long error) {
   const std::string reason = ReasonOf(error);
-  if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA) throw BrokenPipe(reason);
+  if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED)
+    throw BrokenPipe(reason);
   throw FileError(reason);
 }
 
