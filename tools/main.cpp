@@ -38,8 +38,9 @@ int Fail(ExitCode code, const std::string& message) {
 int main(int argc, char** argv) {
   steps::platform::PrepareStreams();
   try {
-    const std::vector<std::string> words = steps::platform::Arguments(argc, argv);
-    return Call({words.begin() + (words.empty() ? 0 : 1), words.end()});
+    std::vector<std::string> words = steps::platform::Arguments(argc, argv);
+    if (!words.empty()) words.erase(words.begin());  // the program's own name
+    return Call(words);
   } catch (const steps::MissingArgument& error) {
     Complain(error.what());
     PrintToError("\n" + steps::HelpOf(*error.step));

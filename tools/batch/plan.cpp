@@ -129,10 +129,9 @@ std::string EndingFor(std::string_view name, const std::string& to) {
 /// The name of what comes of a picture, without folders.
 std::string NameFor(const Found& found, const BatchRequest& batch, const std::string& to) {
   const PictureName picture(found.picture);
-  std::string stem = platform::FileName(picture.path);
-  const std::string ending = EndingFor(stem, to);
-  stem = stem.substr(0, stem.rfind('.'));
-  if (picture.path != found.picture) stem += "-" + std::to_string(picture.page);
+  const std::string name = platform::FileName(picture.path), ending = EndingFor(name, to);
+  std::string stem = name.substr(0, name.rfind('.'));
+  if (picture.isPage) stem += "-" + std::to_string(picture.page);
   return Replaced(Replaced(batch.name, "{ext}", ending), "{stem}", stem);
 }
 
