@@ -77,7 +77,7 @@ says 3 "cannot read 'none.txt'" convolve=none.txt -o no in/page.jpg
 [ ! -e no ] || fail "a batch without its template makes a folder"
 mkdir nolog
 ln -s /dev/full nolog/rastelo-batch-1-of-1.jsonl
-says 3 "cannot write 'nolog/rastelo.*': No space left.*0 done, 1 failed, 5 not begun" gray -o nolog -j 1 -r in
+says 3 "cannot write 'nolog/rastelo.*': No space left" gray -o nolog -j 1 -r in
 mkdir locked full
 ln -s /dev/full full/page.jpg
 says 3 "cannot write 'full/page.jpg': No space left" -y gray -o full in/page.jpg
@@ -106,9 +106,12 @@ says 0 '"total":6,"done":6,"failed":0,"skipped":0' gray -o json in -r --progress
 # The same bytes by any number of jobs and parts, which are of one mind about who does what.
 for jobs in 1 3; do says 0 '6 done' "gray equalize zoom=0.5" -o jobs-$jobs in -r -j $jobs; done
 for part in 3 1 2; do "$rastelo" batch "gray equalize zoom=0.5" -o parts in -r --shard $part/3 2>/dev/null; done
+"$rastelo" batch gray -o begun in -r --shard 1/3 2>/dev/null
+[[ $("$rastelo" batch --status begun) =~ ^([0-9])\ done.*\ ([0-9])\ not\ begun$ ]] &&
+  [ $((BASH_REMATCH[1] + BASH_REMATCH[2])) -eq 6 ] || fail "the status of a part: $("$rastelo" batch --status begun)"
 cmp <(bytes jobs-1) <(bytes jobs-3) || fail "jobs change bytes"
 cmp <(bytes jobs-1) <(bytes parts) || fail "parts change bytes"
-says 0 '6 done, 0 failed, 0 cut off at work' --status parts
+says 0 '6 done, 0 failed, 0 cut off at work, 0 not begun' --status parts
 
 # Resuming does what is missing, older than its picture or steps, and keeps what others have made.
 says 0 '0 done, 0 failed, 6 up to date' "gray equalize zoom=0.5" -o parts in -r --resume

@@ -182,7 +182,7 @@ std::optional<Log> OpenLog(const BatchRequest& batch) {
 
 int TellStatus(const BatchRequest& batch, bool json) {
   const History history = History::Read(batch.status);
-  if (history.Records().empty())
+  if (history.Records().empty() && history.Pictures() == 0)
     throw MoveError("there is no log of a batch in '" + batch.status + "'");
   Count count;
   std::map<std::string, std::string> failures;
@@ -192,14 +192,17 @@ int TellStatus(const BatchRequest& batch, bool json) {
     if (record.state == Record::State::kFailed) failures.emplace(record.picture, record.error);
   }
   count.failed = failures.size();
+  const std::size_t left = std::max(history.Pictures(), count.total) - count.total;
   if (json) {
     PrintJson({{"done", count.done},
                {"failed", count.failed},
                {"cut off", count.total - count.done - count.failed},
+               {"not begun", left},
                {"failures", failures}});
   } else {
     Print(std::to_string(count.done) + " done, " + std::to_string(count.failed) + " failed, " +
-          std::to_string(count.total - count.done - count.failed) + " cut off at work\n");
+          std::to_string(count.total - count.done - count.failed) + " cut off at work, " +
+          std::to_string(left) + " not begun\n");
     for (const auto& [picture, error] : failures) Print(Printable(error) + "\n");
   }
   return count.failed == 0 ? kDone : kSomeFailed;
@@ -219,6 +222,7 @@ int BatchCommand(const Request& request) {
   if (request.options.trace) ShowTrace();
   std::optional<Log> log = OpenLog(batch);
   const History history = batch.resume ? History::Read(batch.folder) : History();
+  if (log) log->Append(BatchStart{plan.tasks.size() + plan.others, Now()});
   const Job job = {request, program, key, history, log ? &*log : nullptr};
   platform::CatchInterrupts();
   Pool pool(job, plan.tasks, ProgressKind(batch.progress));

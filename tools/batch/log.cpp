@@ -3,6 +3,7 @@
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
+#include <chrono>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -32,6 +33,18 @@ Record::State StateOf(const std::string& name) {
 
 bool IsLog(const std::string& name) {
   return name.starts_with(kLogStart) && name.ends_with(kLogEnd);
+}
+
+std::string LineOf(const BatchStart& start) {
+  const ordered_json json = {{"pictures", start.pictures}, {"at", start.at}};
+  return json.dump();
+}
+
+std::optional<BatchStart> ReadStart(std::string_view line) try {
+  const auto json = ordered_json::parse(line);
+  return BatchStart{json.at("pictures"), json.at("at")};
+} catch (const std::exception&) {
+  return std::nullopt;
 }
 
 }  // namespace
@@ -90,11 +103,17 @@ History History::Read(const std::string& folder) {
     std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     while (!rest.empty()) {
       const std::size_t end = rest.find('\n');
-      if (const auto record = ReadRecord(rest.substr(0, end))) history.Add(*record);
+      history.AddLine(rest.substr(0, end));
       rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
     }
   }
   return history;
+}
+
+void History::AddLine(std::string_view line) {
+  if (const auto record = ReadRecord(line)) return Add(*record);
+  const auto start = ReadStart(line);
+  if (start && start->at >= start_.at) start_ = *start;
 }
 
 void History::Add(Record record) {
@@ -120,9 +139,18 @@ Log::Log(const std::string& path) : path_(path) {
   Named("write", path, [&] { file_.emplace(path); });
 }
 
-void Log::Append(const Record& record) {
+void Log::Append(const Record& record) { AppendLine(LineOf(record)); }
+
+void Log::Append(const BatchStart& start) { AppendLine(LineOf(start)); }
+
+void Log::AppendLine(const std::string& line) {
   const std::lock_guard alone(mutex_);
-  Named("write", path_, [&] { file_->Append(LineOf(record)); });
+  Named("write", path_, [&] { file_->Append(line); });
+}
+
+std::int64_t Now() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
 
 std::string LogName(const Shard& shard) {

@@ -26,6 +26,13 @@ struct Record {
   std::int64_t at = 0;  // when this was written, in nanoseconds since 1970
 };
 
+/// The first line of each run: how many pictures its batch has, those of all parts, and when it was
+/// written.
+struct BatchStart {
+  std::size_t pictures = 0;
+  std::int64_t at = 0;
+};
+
 /// A record as a line of JSON, without its end, and back; nothing for a line that is none, such as
 /// one that a killed program has left half.
 std::string LineOf(const Record& record);
@@ -43,12 +50,16 @@ class History {
   /// Whether a batch has made this content for an output, or begun to.
   bool HasMade(std::uint64_t id, const std::string& digest) const;
   const std::unordered_map<std::uint64_t, Record>& Records() const { return records_; }
+  /// How many pictures the last batch has in all its parts.
+  std::size_t Pictures() const { return start_.pictures; }
 
  private:
+  void AddLine(std::string_view line);
   void Add(Record record);
 
   std::unordered_map<std::uint64_t, Record> records_;
   std::unordered_multimap<std::uint64_t, std::string> digests_;
+  BatchStart start_;
 };
 
 /// The log of this process, which several workers write.
@@ -56,10 +67,13 @@ class Log {
  public:
   /// Throws a MoveError, also while another process writes it.
   explicit Log(const std::string& path);
-  /// Adds a line. Throws a MoveError.
+  /// Add a line. Throw a MoveError.
   void Append(const Record& record);
+  void Append(const BatchStart& start);
 
  private:
+  void AppendLine(const std::string& line);
+
   std::string path_;
   std::optional<steps::platform::LogFile> file_;
   std::mutex mutex_;
@@ -68,6 +82,9 @@ class Log {
 /// The name of the log of a shard, in the output folder. No two shards share one, since what
 /// several machines append to one file gets lost on network file systems.
 std::string LogName(const Shard& shard);
+
+/// Nanoseconds since 1970.
+std::int64_t Now();
 
 /// The digest of a file's bytes.
 std::string DigestOf(std::span<const std::uint8_t> bytes);

@@ -1,6 +1,5 @@
 #include "tools/batch/worker.h"
 
-#include <chrono>
 #include <new>
 
 #include "steps/error.h"
@@ -12,11 +11,6 @@ namespace {
 
 namespace platform = steps::platform;
 using Kind = platform::FileInfo::Kind;
-
-std::int64_t Now() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
-}
 
 platform::Bytes ReadNamed(const std::string& path) {
   return Named("read", path, [&] { return platform::ReadFile(path); });
