@@ -34,7 +34,8 @@ toff_t Seek(thandle_t handle, toff_t place, int from) {
   auto& memory = *static_cast<Memory*>(handle);
   if (from == SEEK_CUR) place += memory.place;
   if (from == SEEK_END) place += memory.bytes.size();
-  return memory.place = place;
+  memory.place = std::size_t(place);
+  return place;
 }
 
 std::size_t RowBytes(int width, int channels, int bits) {
