@@ -69,7 +69,7 @@ says 0 '^300 x 200 pixels, 24 bits' run small.bmp info
 says 0 '^in.фото-照片-🙂.jpg: 641 x 427.*'$'\n''scene.jpg: 641 x 427[^'$'\n'']*$' info 'in\*.jpg' 'sc?ne.JPG'
 says 3 "^rastelo: cannot open 'in/sub/\* \*.jpg'" info 'in/sub/* *.jpg' # quoted, for its blank
 says 3 "^rastelo: cannot open 'none\*.jpg'" info 'none*.jpg'
-says 3 "^rastelo: cannot reach 'a\?b.jpg'" run scene.jpg 'save=a?b.jpg'
+says 3 "^rastelo: cannot write 'a\?b.jpg'" run scene.jpg 'save=a?b.jpg'
 says 0 '2 done, 0 failed' batch gray -o based --base in 'in\*.jpg' 'in\sub\*.jpg'
 [ "$(cd based && find . -name '*.jpg' | sort | xargs)" = "./sub/two words.jpg ./фото-照片-🙂.jpg" ] ||
   fail "places: $(find based)"
