@@ -158,8 +158,8 @@ std::string KeyOf(const Request& request, const steps::Program& program) {
   if (request.options.write.preserveTime) key += "|preserve time";
   for (const steps::Call& call : program) {
     key += "|" + call.text;
-    for (std::size_t i = 0; i < call.values.size(); ++i)
-      if (call.values[i].isFile) key += " " + DigestOf(ReadNamed(call.values[i].text));
+    for (const steps::Value& value : call.values)
+      if (value.isFile) key += " " + DigestOf(ReadNamed(value.text));
   }
   return key;
 }
